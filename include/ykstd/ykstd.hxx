@@ -1,0 +1,10 @@
+// The whole public API of ykstd.
+#pragma once
+
+#include <ykstd/ykstd_AsciiString.hxx>
+#include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_Export.hxx>
+#include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_TShared.hxx>
+#include <ykstd/ykstd_Transient.hxx>
+#include <ykstd/ykstd_Type.hxx>

@@ -1,0 +1,35 @@
+// Every process-wide object of the library, in the order in which it comes up at load time.
+// C++ destroys them in the reverse order at unload, which is the order of release we want, so
+// keep them all in this one file and add new ones at their place in the sequence.
+
+#include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_Failure.hxx>
+
+// 1. The add-in's ui module.
+
+// 2. The log streams, unopened until the first trace opens the log.
+bool ykstd_Debug::mIsOn = true;
+std::fstream ykstd_Debug::mLogFile;
+std::fstream ykstd_Debug::mNulFile;
+
+// 3-5. Statistics, call stack and profile name of the debug log.
+
+// 6. The error handler.
+
+// 7. The expression evaluator and its stack.
+
+// 8. The failure thrown when no memory is left for a new one: made now, while memory can be had,
+//    and never released before the handles below.
+namespace {
+Hnd_ykstd_fail_NullObject emergencyFailure(
+    new ykstd_fail_NullObject(ykstd_AsciiString("EXCEPTION ykstd_fail_NullObject : NULL_HANDLE")));
+
+// The handles of the last failure, schema, session and version mapper: null until used, released
+// at unload in the reverse order (mapper first).
+Hnd_ykstd_fail_Failure lastFailure;
+}  // namespace
+
+namespace ykstd_detail {
+Hnd_ykstd_fail_Failure& LastFailureHandle() { return lastFailure; }
+const Hnd_ykstd_fail_NullObject& EmergencyFailure() { return emergencyFailure; }
+}  // namespace ykstd_detail
