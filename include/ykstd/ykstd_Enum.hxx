@@ -1,0 +1,24 @@
+// The library's enumerations. Their numbers are stored in files and must not change.
+#pragma once
+
+namespace ykenum {
+
+enum Unit : unsigned char {
+  UnitMM = 0,
+  UnitInch = 1,
+  UnitMM2 = 2,
+  UnitIn2 = 3,
+  UnitThreadM = 4,
+  UnitThreadBSP = 5,
+  UnitThreadBSF = 6,
+  UnitThreadBSW = 7,
+  UnitThreadNPT = 8,
+  UnitThreadUNC = 9,
+  UnitRad = 10,
+  UnitDeg = 11,
+  UnitNone = 12
+};
+
+enum DimType { DimAngle = 0, DimLength = 1, DimThread = 2, DimArea = 3, DimAny = 4 };
+
+}  // namespace ykenum
