@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <type_traits>
 
 #include <ykstd/ykstd_Export.hxx>
 
@@ -34,10 +35,18 @@ class YKSTD_EXPORT Hnd_ykstd_Transient {
     return *this;
   }
 
-  int operator==(const Hnd_ykstd_Transient& other) const noexcept { return entity_ == other.entity_; }
-  int operator==(const ykstd_Transient* object) const noexcept { return entity_ == object; }
-  int operator!=(const Hnd_ykstd_Transient& other) const noexcept { return entity_ != other.entity_; }
-  int operator!=(const ykstd_Transient* object) const noexcept { return entity_ != object; }
+  // Compare the stored values, so a null handle equals another null handle but not 0. The
+  // language also derives the reversed forms (pointer == handle) from these.
+  bool operator==(const Hnd_ykstd_Transient& other) const noexcept { return entity_ == other.entity_; }
+  bool operator==(const ykstd_Transient* object) const noexcept { return entity_ == object; }
+  // Exact matches for pointers to derived classes and for nullptr, which would otherwise tie with
+  // the built-in pointer comparison reached through the conversion below.
+  template <class U>
+    requires(!std::is_same_v<U, ykstd_Transient> && std::is_base_of_v<ykstd_Transient, U>)
+  bool operator==(const U* object) const noexcept {
+    return entity_ == static_cast<const ykstd_Transient*>(object);
+  }
+  bool operator==(std::nullptr_t) const noexcept { return false; }
 
   // The stored pointer as it is: the marker itself for a null handle.
   operator ykstd_Transient*() const noexcept { return entity_; }
@@ -62,9 +71,6 @@ class YKSTD_EXPORT Hnd_ykstd_Transient {
 
   ykstd_Transient* entity_;
 };
-
-YKSTD_EXPORT int operator==(const ykstd_Transient* object, const Hnd_ykstd_Transient& handle);
-YKSTD_EXPORT int operator!=(const ykstd_Transient* object, const Hnd_ykstd_Transient& handle);
 
 class YKSTD_EXPORT ykstd_Transient {
  public:

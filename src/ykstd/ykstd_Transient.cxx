@@ -39,9 +39,6 @@ void Hnd_ykstd_Transient::Dump(std::ostream& out) const {
     entity_->ShallowDump(out);
 }
 
-int operator==(const ykstd_Transient* object, const Hnd_ykstd_Transient& handle) { return handle == object; }
-int operator!=(const ykstd_Transient* object, const Hnd_ykstd_Transient& handle) { return handle != object; }
-
 std::int32_t HashCode(const Hnd_ykstd_Transient& handle, std::int32_t upper) {
   if (handle.IsNull()) return -1;
   return handle->HashCode(upper);
