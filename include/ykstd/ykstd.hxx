@@ -1,10 +1,10 @@
 // The whole public API of ykstd.
 #pragma once
 
-#include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/platform/Host.hxx>
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinTypes.hxx>
+#include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>

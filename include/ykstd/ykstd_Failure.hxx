@@ -44,17 +44,17 @@ class YKSTD_EXPORT ykstd_fail_Failure : public ykstd_TShared {
 
 YKSTD_EXPORT std::ostream& operator<<(std::ostream& out, const Hnd_ykstd_fail_Failure& failure);
 
-#define YKSTD_FAILURE_CLASS(CLASS, BASE)                                                   \
-  YKSTD_HANDLE(CLASS, BASE);                                                                \
-  class YKSTD_EXPORT CLASS : public BASE {                                                  \
-   public:                                                                                  \
-    CLASS() = default;                                                                      \
+#define YKSTD_FAILURE_CLASS(CLASS, BASE)                                                           \
+  YKSTD_HANDLE(CLASS, BASE);                                                                       \
+  class YKSTD_EXPORT CLASS : public BASE {                                                         \
+   public:                                                                                         \
+    CLASS() = default;                                                                             \
     explicit CLASS(ykstd_AsciiString message) : BASE(static_cast<ykstd_AsciiString&&>(message)) {} \
-    ~CLASS() override;                                                                      \
-    [[noreturn]] static void Raise(const char* text);                                       \
-    [[noreturn]] static void Raise(ykstd_TextStream& stream);                               \
-    [[noreturn]] void ThrowHandle() const override;                                         \
-    YKSTD_DECLARE_TYPE(CLASS);                                                              \
+    ~CLASS() override;                                                                             \
+    [[noreturn]] static void Raise(const char* text);                                              \
+    [[noreturn]] static void Raise(ykstd_TextStream& stream);                                      \
+    [[noreturn]] void ThrowHandle() const override;                                                \
+    YKSTD_DECLARE_TYPE(CLASS);                                                                     \
   }
 
 YKSTD_FAILURE_CLASS(ykstd_fail_DomainError, ykstd_fail_Failure);
@@ -80,7 +80,8 @@ class YKSTD_EXPORT ykstd_fail_FileIO : public ykstd_fail_Failure {
  public:
   ykstd_fail_FileIO() = default;
   explicit ykstd_fail_FileIO(unsigned char cause) : cause_(cause) {}
-  ykstd_fail_FileIO(const ykstd_AsciiString& message, unsigned char cause) : ykstd_fail_Failure(message), cause_(cause) {}
+  ykstd_fail_FileIO(const ykstd_AsciiString& message, unsigned char cause)
+      : ykstd_fail_Failure(message), cause_(cause) {}
   ~ykstd_fail_FileIO() override;
 
   [[noreturn]] static void Raise(const char* text, unsigned char cause);

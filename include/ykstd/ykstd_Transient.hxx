@@ -42,8 +42,8 @@ class YKSTD_EXPORT Hnd_ykstd_Transient {
   // Exact matches for pointers to derived classes and for nullptr, which would otherwise tie with
   // the built-in pointer comparison reached through the conversion below.
   template <class U>
-    requires(!std::is_same_v<U, ykstd_Transient> && std::is_base_of_v<ykstd_Transient, U>)
-  bool operator==(const U* object) const noexcept {
+  requires(!std::is_same_v<U, ykstd_Transient> && std::is_base_of_v<ykstd_Transient, U>) bool operator==(
+      const U* object) const noexcept {
     return entity_ == static_cast<const ykstd_Transient*>(object);
   }
   bool operator==(std::nullptr_t) const noexcept { return false; }
@@ -152,18 +152,16 @@ class ykstd_HandleOf : public Base {
   }
 
  private:
-  void RootAssign(const T* object) {
-    Hnd_ykstd_Transient::operator=(static_cast<const ykstd_Transient*>(object));
-  }
+  void RootAssign(const T* object) { Hnd_ykstd_Transient::operator=(static_cast<const ykstd_Transient*>(object)); }
 };
 
 // Declares the handle class Hnd_CLASS (child of Hnd_BASE) and the descriptor function
 // CLASS_Type_(). Place it before the class definition.
-#define YKSTD_HANDLE(CLASS, BASE)                                                                 \
-  class CLASS;                                                                                    \
-  YKSTD_EXPORT Hnd_ykstd_Type& CLASS##_Type_();                                                   \
+#define YKSTD_HANDLE(CLASS, BASE)                                                                          \
+  class CLASS;                                                                                             \
+  YKSTD_EXPORT Hnd_ykstd_Type& CLASS##_Type_();                                                            \
   class YKSTD_EXPORT Hnd_##CLASS : public ykstd_HandleOf<Hnd_##CLASS, CLASS, Hnd_##BASE, &CLASS##_Type_> { \
-   public:                                                                                        \
-    using ykstd_HandleOf<Hnd_##CLASS, CLASS, Hnd_##BASE, &CLASS##_Type_>::ykstd_HandleOf;           \
-    using ykstd_HandleOf<Hnd_##CLASS, CLASS, Hnd_##BASE, &CLASS##_Type_>::operator=;                \
+   public:                                                                                                 \
+    using ykstd_HandleOf<Hnd_##CLASS, CLASS, Hnd_##BASE, &CLASS##_Type_>::ykstd_HandleOf;                  \
+    using ykstd_HandleOf<Hnd_##CLASS, CLASS, Hnd_##BASE, &CLASS##_Type_>::operator=;                       \
   }

@@ -75,21 +75,21 @@ class YKSTD_EXPORT ykstd_TypeRecord {
 };
 
 // Declares the run-time type operations inside a counted class's body.
-#define YKSTD_DECLARE_TYPE(CLASS)                                            \
- public:                                                                     \
-  const Hnd_ykstd_Type& DynamicType() const override;                       \
+#define YKSTD_DECLARE_TYPE(CLASS)                     \
+ public:                                              \
+  const Hnd_ykstd_Type& DynamicType() const override; \
   unsigned char IsKind(const Hnd_ykstd_Type& type) const override
 
 // Defines CLASS_Type_(), DynamicType and IsKind of CLASS, whose direct base is BASE, with the
 // stored class name NAME. Use in exactly one source file.
-#define YKSTD_IMPLEMENT_TYPE_NAMED(CLASS, BASE, NAME)                                            \
-  Hnd_ykstd_Type& CLASS##_Type_() {                                                             \
+#define YKSTD_IMPLEMENT_TYPE_NAMED(CLASS, BASE, NAME)                                              \
+  Hnd_ykstd_Type& CLASS##_Type_() {                                                                \
     static ykstd_TypeRecord record(NAME, static_cast<std::int32_t>(sizeof(CLASS)), &BASE##_Type_); \
-    return record.Type();                                                                       \
-  }                                                                                             \
-  const Hnd_ykstd_Type& CLASS::DynamicType() const { return CLASS##_Type_(); }                  \
-  unsigned char CLASS::IsKind(const Hnd_ykstd_Type& type) const {                               \
-    return (!type.IsNull() && type == CLASS##_Type_()) ? 1 : BASE::IsKind(type);               \
+    return record.Type();                                                                          \
+  }                                                                                                \
+  const Hnd_ykstd_Type& CLASS::DynamicType() const { return CLASS##_Type_(); }                     \
+  unsigned char CLASS::IsKind(const Hnd_ykstd_Type& type) const {                                  \
+    return (!type.IsNull() && type == CLASS##_Type_()) ? 1 : BASE::IsKind(type);                   \
   }
 
 #define YKSTD_IMPLEMENT_TYPE(CLASS, BASE) YKSTD_IMPLEMENT_TYPE_NAMED(CLASS, BASE, #CLASS)

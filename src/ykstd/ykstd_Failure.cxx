@@ -59,7 +59,8 @@ void ykstd_fail_Failure::Throw() const {
 void ykstd_fail_Failure::Remove() { ykstd_detail::LastFailureHandle().Nullify(); }
 
 void ykstd_fail_Failure::ThrowHandle() const {
-  throw Hnd_ykstd_fail_Failure(static_cast<const ykstd_fail_Failure*>(static_cast<ykstd_Transient*>(ykstd_detail::LastFailureHandle())));
+  throw Hnd_ykstd_fail_Failure(
+      static_cast<const ykstd_fail_Failure*>(static_cast<ykstd_Transient*>(ykstd_detail::LastFailureHandle())));
 }
 
 void ykstd_fail_Failure::Print(std::ostream& out) const { out << message_; }
@@ -83,13 +84,13 @@ YKSTD_IMPLEMENT_TYPE(ykstd_fail_Failure, ykstd_TShared)
 
 // The thrown handle is made from the last-failure handle without a type test: Throw has just put
 // this very object there.
-#define YKSTD_FAILURE_DEFINE(CLASS, BASE)                                                            \
-  CLASS::~CLASS() = default;                                                                         \
-  void CLASS::Raise(const char* text) { RaiseAs<CLASS, Hnd_##CLASS>("EXCEPTION " #CLASS " : ", text); } \
-  void CLASS::Raise(ykstd_TextStream& stream) { Raise(StreamText(stream).Text()); }                 \
-  void CLASS::ThrowHandle() const {                                                                  \
+#define YKSTD_FAILURE_DEFINE(CLASS, BASE)                                                                           \
+  CLASS::~CLASS() = default;                                                                                        \
+  void CLASS::Raise(const char* text) { RaiseAs<CLASS, Hnd_##CLASS>("EXCEPTION " #CLASS " : ", text); }             \
+  void CLASS::Raise(ykstd_TextStream& stream) { Raise(StreamText(stream).Text()); }                                 \
+  void CLASS::ThrowHandle() const {                                                                                 \
     throw Hnd_##CLASS(static_cast<const CLASS*>(static_cast<ykstd_Transient*>(ykstd_detail::LastFailureHandle()))); \
-  }                                                                                                  \
+  }                                                                                                                 \
   YKSTD_IMPLEMENT_TYPE(CLASS, BASE)
 
 YKSTD_FAILURE_DEFINE(ykstd_fail_DomainError, ykstd_fail_Failure)
@@ -142,10 +143,13 @@ void ykstd_fail_FileIO::Raise(const char* text, unsigned char cause) {
   ThrowNew(local);
 }
 
-void ykstd_fail_FileIO::Raise(ykstd_TextStream& stream, unsigned char cause) { Raise(StreamText(stream).Text(), cause); }
+void ykstd_fail_FileIO::Raise(ykstd_TextStream& stream, unsigned char cause) {
+  Raise(StreamText(stream).Text(), cause);
+}
 
 void ykstd_fail_FileIO::ThrowHandle() const {
-  throw Hnd_ykstd_fail_FileIO(static_cast<const ykstd_fail_FileIO*>(static_cast<ykstd_Transient*>(ykstd_detail::LastFailureHandle())));
+  throw Hnd_ykstd_fail_FileIO(
+      static_cast<const ykstd_fail_FileIO*>(static_cast<ykstd_Transient*>(ykstd_detail::LastFailureHandle())));
 }
 
 YKSTD_IMPLEMENT_TYPE(ykstd_fail_FileIO, ykstd_fail_Failure)
