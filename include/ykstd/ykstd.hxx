@@ -4,6 +4,7 @@
 #include <ykstd/platform/Host.hxx>
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinTypes.hxx>
+#include <ykstd/ykstd_Arr1.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_CollectionStore.hxx>
 #include <ykstd/ykstd_Debug.hxx>
