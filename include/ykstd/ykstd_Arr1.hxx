@@ -4,7 +4,9 @@
 //   YKSTD_ARRAY1(DimArr1, ykstd_Dim, ykstd_FormNested);   // value class, header only
 //   YKSTD_HARRAY1(DimHArr1, DimArr1);                      // counted form, if wanted, plus
 //   YKSTD_IMPLEMENT_HARRAY1(DimHArr1)                      // in one source file
-// The third argument is the element's stored form (ykstd_CollectionStore.hxx).
+// The third argument is the element's stored form, a tag of ykstd_StoredForm.hxx or
+// ykstd_CollectionStore.hxx: a collection element, or a value class with a Serialize of its own,
+// takes ykstd_FormNested; a handle of any counted class takes ykstd_FormObject.
 #pragma once
 
 #include <cstddef>
@@ -113,14 +115,14 @@ class YKSTD_EXPORT ykstd_Array1 {
       MakeStorage(true);
       for (std::int64_t i = mLowerBound; i <= mUpperBound; ++i) {
         T value{};
-        Form::Load(archive, value);
+        ykstd_CollectionStore::Load(archive, Form{}, value);
         SetValue(static_cast<std::int32_t>(i), value);
       }
     } else {
       if (Count() >= 1) Value(mLowerBound);
       ykstd_CollectionStore::StoreLong(archive, mLowerBound);
       ykstd_CollectionStore::StoreLong(archive, mUpperBound);
-      for (std::int64_t k = 0; k < Count(); ++k) Form::Store(archive, mBlock[k]);
+      for (std::int64_t k = 0; k < Count(); ++k) ykstd_CollectionStore::Store(archive, Form{}, mBlock[k]);
     }
   }
 
