@@ -11,6 +11,7 @@
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_List.hxx>
 #include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>

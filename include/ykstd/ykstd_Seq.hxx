@@ -195,12 +195,8 @@ class YKSTD_EXPORT ykstd_Sequence : public ykstd_BaseSequence {
   void Serialize(ykstd_Archive& archive) override {
     if (ykstd_CollectionStore::IsLoading(archive)) {
       Clear();
-      const std::int32_t count = ykstd_CollectionStore::LoadCount(archive);
-      for (std::int32_t k = 0; k < count; ++k) {
-        T value{};
-        ykstd_CollectionStore::Load(archive, Form{}, value);
-        Append(value);
-      }
+      ykstd_CollectionStore::LoadEach<Form, T>(archive, ykstd_CollectionStore::LoadCount(archive),
+                                               [this](const T& value) { Append(value); });
     } else {
       ykstd_CollectionStore::StoreCount(archive, mSize);
       for (ykstd_SeqNode* node = mFirstItem; node; node = node->Next())
