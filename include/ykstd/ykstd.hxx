@@ -9,7 +9,10 @@
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Map.hxx>
+#include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_Session.hxx>
+#include <ykstd/ykstd_StoredForm.hxx>
 #include <ykstd/ykstd_TShared.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 #include <ykstd/ykstd_Type.hxx>
