@@ -12,6 +12,7 @@
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_List.hxx>
+#include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>

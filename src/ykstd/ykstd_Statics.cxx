@@ -4,7 +4,12 @@
 
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_Session.hxx>
+
+// Constant-initialised, so it is set before anything runs: the top rung of the hash maps' bucket
+// ladder, which tests may lower.
+std::int32_t ykstd_BasicMap::mLadderTop = 100019;
 
 // 1. The add-in's ui module.
 
