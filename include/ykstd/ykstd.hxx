@@ -2,6 +2,8 @@
 #pragma once
 
 #include <ykstd/platform/Host.hxx>
+#include <ykstd/platform/Nls.hxx>
+#include <ykstd/platform/OleAuto.hxx>
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_Arr1.hxx>
