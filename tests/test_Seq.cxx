@@ -465,6 +465,10 @@ TEST(SeqCounted, ShallowCopyAndSplit) {
   EXPECT_EQ(object->GetRefCount(), 3);
   copy.Nullify();
   EXPECT_EQ(object->GetRefCount(), 2);
+  handles->InsertBefore(1, handles);  // the counted sequence as a whole, not as one element
+  handles->Prepend(handles);
+  EXPECT_EQ(handles->Length(), 4);
+  EXPECT_EQ(object->GetRefCount(), 5);
 
   Hnd_ykstd_IntHSeq seq = Counted({1, 2, 3, 4});
   Hnd_ykstd_IntHSeq tail = seq->Split(3);
@@ -472,6 +476,10 @@ TEST(SeqCounted, ShallowCopyAndSplit) {
   EXPECT_EQ(Elements(tail), Ints({3, 4}));
   EXPECT_EQ(seq->Split(3)->Length(), 0);
   EXPECT_EQ(seq->Split(0)->Length(), 0);
+  EXPECT_EQ(Elements(seq), Ints({1, 2}));
+  ykstd_Transient::FailNextAllocations(1);
+  EXPECT_EQ(RaisedMessage([&] { seq->Split(1); }),
+            "EXCEPTION ykstd_fail_OutOfMemory : ykstd_Sequence: Allocation failed");
   EXPECT_EQ(Elements(seq), Ints({1, 2}));
   Hnd_ykstd_IntHSeq all = seq->Split(1);
   EXPECT_EQ(Elements(all), Ints({1, 2}));
