@@ -15,6 +15,7 @@
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_MsgEx.hxx>
+#include <ykstd/ykstd_Pref.hxx>
 #include <ykstd/ykstd_Session.hxx>
 #include <ykstd/ykstd_TShared.hxx>
 #include <ykstd/ykstd_Transient.hxx>
