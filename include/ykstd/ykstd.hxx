@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ykstd/platform/Host.hxx>
+#include <ykstd/platform/Storage.hxx>
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
