@@ -562,6 +562,54 @@ TEST(Storage, AgreesWithAnOutsideReaderAndWriter) {
   EXPECT_EQ(RunOleCheck("dump", ours), expected);
 }
 
+// Runs the built yk tool, which lies beside the tests in the build tree; stdout and stderr are
+// kept apart, and the exit status comes first.
+std::string RunYk(const std::string& arguments) {
+  const auto yk = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools" / "yk" / "yk";
+  if (!fs::exists(yk)) return "<no yk>";
+  TempFolder folder;
+  const std::string line = "'" + yk.string() + "' " + arguments + " 2>'" + folder.File("err") + "'";
+  FILE* pipe = ::popen(line.c_str(), "r");
+  std::string output;
+  char chunk[4096];
+  for (std::size_t got; (got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) output.append(chunk, got);
+  const int status = ::pclose(pipe);
+  return "exit " + std::to_string(WEXITSTATUS(status)) + "\n" + output + "stderr:\n" + FileBytes(folder.File("err"));
+}
+
+TEST(Storage, YkLsListsNestedElements) {
+  TempFolder folder;
+  const auto path = folder.File("ls.cfb");
+  {
+    IStoragePtr root = CreateFile(path);
+    MakeOleCheckTree(root);
+  }
+  if (RunYk("help") == "<no yk>") GTEST_SKIP() << "the yk tool is not built";
+  EXPECT_EQ(RunYk("ls '" + path + "'"),
+            "exit 0\n"
+            "Small  100\n"
+            "\\x05Props  0\n"
+            "Folder/\n"
+            "  Big  70000\n"
+            "  Empty  0\n"
+            "  Inner/\n"
+            "    Tiny  1\n"
+            "\xc3\x9cn\xc3\xaf"
+            "c\xc3\xb6"
+            "de  10\n"
+            "Exactly4096  4096\n"
+            "stderr:\n");
+  PutFile(folder.File("cut.cfb"), FileBytes(path).substr(0, 1536));
+  PutFile(folder.File("text"), "plain text");
+  EXPECT_EQ(RunYk("ls '" + folder.File("cut.cfb") + "'"),
+            "exit 1\nstderr:\nyk ls: " + folder.File("cut.cfb") + ": damaged compound file (0x80030109)\n");
+  EXPECT_EQ(RunYk("ls '" + folder.File("text") + "'"),
+            "exit 1\nstderr:\nyk ls: " + folder.File("text") + ": not a compound file (0x80030050)\n");
+  EXPECT_EQ(RunYk("ls '" + folder.File("none") + "'"),
+            "exit 1\nstderr:\nyk ls: " + folder.File("none") + ": no such file (0x80030002)\n");
+  EXPECT_EQ(RunYk("ls"), "exit 2\nstderr:\nusage: yk ls FILE\n");
+}
+
 // Every prefix and many single-byte changes of a sound file: each opens, or fails with a storage
 // error, and whatever opens can be walked and read.
 TEST(Storage, DamagedFilesFailCleanly) {
