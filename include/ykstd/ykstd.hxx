@@ -6,6 +6,7 @@
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
+#include <ykstd/ykstd_Date.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
