@@ -5,6 +5,7 @@
 #include <ykstd/platform/Storage.hxx>
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinTypes.hxx>
+#include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Enum.hxx>
