@@ -11,6 +11,7 @@
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
 #include <ykstd/ykstd_TShared.hxx>
 #include <ykstd/ykstd_Transient.hxx>
