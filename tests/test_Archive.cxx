@@ -6,6 +6,7 @@
 
 #include <ykstd/ykstd.hxx>
 
+#include "Corpus.hxx"
 #include "MemStorage.hxx"
 #include "TestSession.hxx"
 
@@ -102,6 +103,7 @@ class ArchiveTest : public ::testing::Test {
       ykstd_Archive ar(&storage, "s", 1, bufferSize, nullptr);
       write(ar);
     }
+    ykstd_test::SaveSeed("fuzz_Archive", storage.Bytes(L"s"), 0);
     return storage.Bytes(L"s");
   }
   void Load(const Bytes& bytes, const std::function<void(ykstd_Archive&)>& read, std::int32_t bufferSize = 4096) {
