@@ -146,4 +146,26 @@ TEST_F(SchemaTest, WithoutSchemaTheQueriesRaise) {
   EXPECT_EQ(Raised([] { ykstd_Schema::ClassVersion("ykstd_Dim"); }), none);
 }
 
+TEST_F(SchemaTest, FailedSaveShowsMessage4222AndReturnsZero) {
+  std::vector<std::string> shown;
+  auto before = ykstd_platform::SetMessageBoxHandler([&](const char* text, UINT type, UINT help) {
+    shown.push_back(std::string(text) + "|" + std::to_string(type) + "|" + std::to_string(help));
+    return IDOK;
+  });
+  // The stream exists and cannot be opened for writing either: nothing takes the bytes.
+  class Refusing : public ykstd_test::MemStorage {
+   public:
+    HRESULT OpenStream(const OLECHAR*, void*, DWORD, DWORD, IStream** out) override {
+      *out = nullptr;
+      return E_ACCESSDENIED;
+    }
+  } refusing;
+  refusing.Bytes(L"YKSchema");
+  EXPECT_EQ(ykstd_Schema::Save(IStoragePtr(&refusing)), 0);
+  ykstd_platform::SetMessageBoxHandler(before);
+  // Without a resource module the message is its number.
+  EXPECT_EQ(shown, std::vector<std::string>{"4222|0|0"});
+  EXPECT_EQ(ykstd_Schema::LastClassVersion("ykstd_Dim"), 0);
+}
+
 }  // namespace
