@@ -10,6 +10,7 @@
 
 #include <ykstd/platform/Nls.hxx>
 #include <ykstd/platform/OleAuto.hxx>
+#include <ykstd/platform/CString.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 
@@ -555,4 +556,15 @@ std::ostream& operator<<(std::ostream& out, const ykstd_AsciiString& s) {
 std::istream& operator>>(std::istream& in, ykstd_AsciiString& s) {
   s.Read(in);
   return in;
+}
+
+ykstd_AsciiString::ykstd_AsciiString(HINSTANCE module, unsigned int id) : text_(nullptr), length_(0) {
+  LoadAsciiString(module, id);
+}
+
+unsigned char ykstd_AsciiString::LoadAsciiString(HINSTANCE module, unsigned int id) {
+  CString text;
+  if (!text.LoadString(module, id)) return 0;
+  *this = ykstd_AsciiString(text.GetString());
+  return 1;
 }
