@@ -488,6 +488,16 @@ TEST_F(MapTest, ExhaustedMemoryLeavesTheMapWhole) {
   map.Bind(19, 19);
   EXPECT_EQ(map.NbBuckets(), 101);
 
+  // Without room to record it, a rebuild at the same count reverses the chains in place.
+  ykstd_IntMap chained;
+  for (const std::int32_t k : {0, 17, 34}) chained.Add(k);
+  ykstd_Transient::FailNextAllocations(1);
+  chained.ReSize(1);
+  chained.Add(51);
+  EXPECT_EQ(KeysOf(chained), (std::vector<std::int32_t>{51, 0, 17, 34}));
+  chained.ReSize(1);
+  EXPECT_EQ(KeysOf(chained), (std::vector<std::int32_t>{34, 17, 0, 51}));
+
   ykstd_IntMap set;
   set.Add(1);
   ykstd_Transient::FailNextAllocations(1);
