@@ -535,6 +535,35 @@ TEST_F(MapTest, CountedMapsPassOnToTheirMap) {
   EXPECT_EQ(item->GetRefCount(), 2);
 }
 
+// ---- a member keyed by counted interface pointers, made as the automation members are ----
+
+YKSTD_MAP_DATAMAP(TestUnknownIntDataMap, IUnknownPtr, std::int32_t, ykstd_MapPtrHasher, ykstd_FormNone, ykstd_FormLong);
+YKSTD_IMPLEMENT_TYPE(ykstd_DataMapNodeOfTestUnknownIntDataMap, ykstd_MapNode)
+void ykstd_TestUnknownIntDataMap::Serialize(ykstd_Archive&) {}
+
+struct TestUnknown final : IUnknown {
+  HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG AddRef() override { return ++count; }
+  ULONG Release() override { return --count; }
+  ULONG count = 0;
+};
+
+TEST_F(MapTest, InterfacePointerKeysAreCountedAndTheNullPointerIsAKey) {
+  TestUnknown object;
+  {
+    ykstd_TestUnknownIntDataMap map;
+    EXPECT_EQ(map.Bind(IUnknownPtr(), 1), 1);  // hashes to 0, unlike a null handle
+    EXPECT_EQ(map.Bind(IUnknownPtr(&object), 2), 1);
+    EXPECT_EQ(map.Bind(IUnknownPtr(&object), 3), 0);
+    EXPECT_EQ(object.count, 1u);
+    EXPECT_EQ(map.Find(IUnknownPtr()), 1);
+    EXPECT_EQ(map.Find(IUnknownPtr(&object)), 3);
+    ykstd_DataMapIteratorOfTestUnknownIntDataMap it(map);
+    EXPECT_EQ(it.Key(), nullptr);  // bucket 0 comes first
+  }
+  EXPECT_EQ(object.count, 0u);
+}
+
 // ---- the recorded reversal against the literal rebuild ----
 
 // The table as first built: every rebuild moves each node to the head of its new chain, also at an
