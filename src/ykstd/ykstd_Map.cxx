@@ -4,6 +4,7 @@
 #include <ostream>
 #include <vector>
 
+#include <ykstd/ykstd_CollectionStore.hxx>
 #include <ykstd/ykstd_Map.hxx>
 
 namespace {
@@ -332,22 +333,45 @@ void ykstd_BasicMapIterator::Next() noexcept {
 
 namespace ykstd_detail {
 
-// The stored form of a set is its extent as a long, then each key in iterator order by the
-// member's KeyForm; loading Adds each key without clearing. A data map stores its extent, then
-// key and value of each node by KeyForm and ValueForm; loading Binds each pair. The archive
-// brings the forms and the loop.
+// The stored form of a map: its extent as a long, then for each node in iterator order the key by
+// the member's KeyForm and, in a data map, the value by its ValueForm. Loading Adds or Binds each
+// entry without clearing; a key that cannot be stored (a null handle) is dropped again.
 template <class Map>
-void SerializeMap(Map&, ykstd_Archive&, const char* name) {
-  ykstd_TextStream text;
-  text << name << "::Serialize: no archive support in this build";
-  ykstd_fail_NotImplemented::Raise(text);
+void SerializeMap(Map& map, ykstd_Archive& archive) {
+  using Store = ykstd_CollectionStore;
+  using KeyForm = typename Map::KeyForm;
+  constexpr bool kIsDataMap = requires { typename Map::ValueForm; };
+  if (Store::IsLoading(archive)) {
+    const std::int32_t count = Store::LoadLong(archive);
+    for (std::int32_t k = 0; k < count; ++k) {
+      typename Map::KeyType key{};
+      Store::Load(archive, KeyForm{}, key);
+      if constexpr (kIsDataMap) {
+        typename Map::ValueType value{};
+        Store::Load(archive, typename Map::ValueForm{}, value);
+        map.Bind(key, value);
+      } else {
+        map.Add(key);
+      }
+    }
+    return;
+  }
+  Store::StoreLong(archive, map.Extent());
+  if constexpr (kIsDataMap) {
+    for (ykstd_DataMapIteratorOf<Map> it(map); it.More(); it.Next()) {
+      Store::Store(archive, KeyForm{}, it.Key());
+      Store::Store(archive, typename Map::ValueForm{}, it.Value());
+    }
+  } else {
+    for (ykstd_MapIteratorOf<Map> it(map); it.More(); it.Next()) Store::Store(archive, KeyForm{}, it.Key());
+  }
 }
 
 }  // namespace ykstd_detail
 
 #define YKSTD_MAP_MEMBER_TYPES(NODE, NAME)  \
   YKSTD_IMPLEMENT_TYPE(NODE, ykstd_MapNode) \
-  void ykstd_##NAME::Serialize(ykstd_Archive& archive) { ykstd_detail::SerializeMap(*this, archive, "ykstd_" #NAME); }
+  void ykstd_##NAME::Serialize(ykstd_Archive& archive) { ykstd_detail::SerializeMap(*this, archive); }
 #define YKSTD_MAP_SET_TYPES(NAME) YKSTD_MAP_MEMBER_TYPES(ykstd_StdMapNodeOf##NAME, NAME)
 #define YKSTD_MAP_DATAMAP_TYPES(NAME) YKSTD_MAP_MEMBER_TYPES(ykstd_DataMapNodeOf##NAME, NAME)
 
