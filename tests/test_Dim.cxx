@@ -391,3 +391,27 @@ TEST(DimText, DisplayFailuresAreLoggedAndGiveAnEmptyText) {
   EXPECT_EQ(FailureOf([] { ykstd_Dim(1.0, 2.0, 1.0, UnitMM2).Value(UnitDeg); }),
             ProgramError("ykstd_Dim::Value : cannot convert [] to ANGLE"));
 }
+
+TEST(DimValue, UnitListingsAppendInListingOrder) {
+  const auto units = [](DimType type) {
+    ykstd_IntSeq seq;
+    seq.Append(-1);  // appended to, never cleared
+    ykstd_Dim::TypeUnits(type, seq);
+    std::string text;
+    for (std::int32_t i = 1; i <= seq.Length(); ++i) text += std::to_string(seq.Value(i)) + " ";
+    return text;
+  };
+  EXPECT_EQ(units(DimAngle), "-1 11 10 ");
+  EXPECT_EQ(units(DimLength), "-1 0 1 ");
+  EXPECT_EQ(units(DimThread), "-1 4 5 7 6 9 8 ");
+  EXPECT_EQ(units(DimArea), "-1 2 3 ");
+  EXPECT_EQ(units(DimAny), "-1 0 1 11 10 2 3 4 5 7 6 9 8 ");
+  EXPECT_EQ(units(static_cast<DimType>(5)), "-1 ");
+
+  ykstd_AsciiStringSeq names;
+  ykstd_Dim::TypeStrings(DimThread, names);
+  ykstd_Dim::TypeStrings(DimAny, names);
+  std::string text;
+  for (std::int32_t i = 1; i <= names.Length(); ++i) text += std::string(names.Value(i).Text()) + "|";
+  EXPECT_EQ(text, "M|BSP|BSW|BSF|UNC|NPT|mm|\"|deg|rad|mm2|in2|M|BSP|BSW|BSF|UNC|NPT|");
+}

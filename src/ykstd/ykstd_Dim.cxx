@@ -9,6 +9,7 @@
 
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
 namespace {
@@ -194,6 +195,46 @@ unsigned char ykstd_Dim::IsInRange(const ykstd_Dim& candidate) const {
   std::int32_t k = 0;
   if (!TruncatedToInt32(r + 0.5, k)) return 0;
   return std::fabs(r - k) < kTolerance ? 1 : 0;
+}
+
+// ---- unit listings ----
+
+namespace {
+
+// The units of each type in listing order (not the order of their numbers); DimAny lists all.
+constexpr unsigned char kAngleUnits[] = {ykenum::UnitDeg, ykenum::UnitRad};
+constexpr unsigned char kLengthUnits[] = {ykenum::UnitMM, ykenum::UnitInch};
+constexpr unsigned char kThreadUnits[] = {ykenum::UnitThreadM,   ykenum::UnitThreadBSP, ykenum::UnitThreadBSW,
+                                          ykenum::UnitThreadBSF, ykenum::UnitThreadUNC, ykenum::UnitThreadNPT};
+constexpr unsigned char kAreaUnits[] = {ykenum::UnitMM2, ykenum::UnitIn2};
+constexpr unsigned char kAllUnits[] = {ykenum::UnitMM,        ykenum::UnitInch,      ykenum::UnitDeg,
+                                       ykenum::UnitRad,       ykenum::UnitMM2,       ykenum::UnitIn2,
+                                       ykenum::UnitThreadM,   ykenum::UnitThreadBSP, ykenum::UnitThreadBSW,
+                                       ykenum::UnitThreadBSF, ykenum::UnitThreadUNC, ykenum::UnitThreadNPT};
+
+template <class Fn>
+void ForEachUnitOf(ykenum::DimType type, Fn fn) {
+  const auto each = [&fn](const auto& units) {
+    for (unsigned char unit : units) fn(static_cast<ykenum::Unit>(unit));
+  };
+  switch (type) {
+    case ykenum::DimAngle: each(kAngleUnits); break;
+    case ykenum::DimLength: each(kLengthUnits); break;
+    case ykenum::DimThread: each(kThreadUnits); break;
+    case ykenum::DimArea: each(kAreaUnits); break;
+    case ykenum::DimAny: each(kAllUnits); break;
+    default: break;
+  }
+}
+
+}  // namespace
+
+void ykstd_Dim::TypeUnits(ykenum::DimType type, ykstd_IntSeq& units) {
+  ForEachUnitOf(type, [&units](ykenum::Unit unit) { units.Append(static_cast<std::int32_t>(unit)); });
+}
+
+void ykstd_Dim::TypeStrings(ykenum::DimType type, ykstd_AsciiStringSeq& names) {
+  ForEachUnitOf(type, [&names](ykenum::Unit unit) { names.Append(UnitToString(unit, 0)); });
 }
 
 // ---- arithmetic ----
