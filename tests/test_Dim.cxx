@@ -515,3 +515,27 @@ TEST_F(DimStoreTest, BadVersionsAndMarkersFailAndLeaveTheValue) {
   ExpectFields(into, 7.0, 8.0, 9.0, UnitDeg);
   EXPECT_EQ(ykstd_Dim().ConvertVersion(3), 0);
 }
+
+TEST(DimText, UnitNamesAsciiAndFromMessages) {
+  const char* ascii[] = {"mm", "\"", "mm2", "in2", "M", "BSP", "BSF", "BSW", "NPT", "UNC", "rad", "deg", ""};
+  const std::int32_t messages[] = {500, 501, 504, 505, 506, 507, 509, 508, 511, 510, 503, 502, 0};
+  for (int unit = 0; unit <= 12; ++unit) {
+    const ykstd_AsciiString name = ykstd_Dim::UnitToString(static_cast<Unit>(unit), 0);
+    EXPECT_EQ(std::string(name.Length() ? name.Text() : ""), ascii[unit]);
+    const ykstd_AsciiString local = ykstd_Dim::UnitToString(static_cast<Unit>(unit), 1);
+    const ykstd_AsciiString expected = messages[unit] ? ykstd_MsgEx::Get(messages[unit]) : ykstd_AsciiString();
+    EXPECT_TRUE(local.IsEqual(expected)) << unit;
+    EXPECT_EQ(ykstd_Dim::StringToUnit(name, 0), static_cast<Unit>(unit));
+  }
+  EXPECT_EQ(FailureOf([] { ykstd_Dim::UnitToString(static_cast<Unit>(13), 0); }),
+            ProgramError("ykstd_Dim::UnitToString"));
+  EXPECT_EQ(ykstd_Dim::StringToUnit(ykstd_AsciiString("MM"), 0), UnitNone);
+  EXPECT_EQ(ykstd_Dim::StringToUnit(ykstd_AsciiString(), 1), UnitNone);
+  EXPECT_EQ(ykstd_Dim::StringToUnit(ykstd_MsgEx::Get(507), 1), UnitThreadBSP);
+
+  // The local display text takes the message text where the ASCII one has the fixed name.
+  const std::string local = ykstd_Dim(12.5, UnitMM).ToLocalString(1, 1).Text();
+  EXPECT_EQ(local, std::string("12.5 ") + ykstd_MsgEx::Get(500).Text());
+  EXPECT_EQ(std::string(ykstd_Dim(12.0, UnitThreadM).ToLocalString(0, 1).Text()),
+            std::string(ykstd_MsgEx::Get(506).Text()) + " 12");
+}

@@ -10,6 +10,7 @@
 #include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>
@@ -446,7 +447,7 @@ ykstd_AsciiString ykstd_Dim::RoundedString(double number, std::int32_t decimals)
 ykstd_AsciiString ykstd_Dim::UnitToString(ykenum::Unit unit, unsigned char local) {
   if (unit >= kUnitCount) ykstd_fail_ProgramError::Raise("ykstd_Dim::UnitToString");
   const UnitName& name = kUnitNames[unit];
-  (void)local;  // message texts come with the resource module
+  if (local && name.message != 0) return ykstd_MsgEx::Get(name.message);
   return ykstd_AsciiString(name.ascii);
 }
 
