@@ -6,6 +6,7 @@
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Failure.hxx>
