@@ -9,6 +9,7 @@
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
+#include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_Session.hxx>
 #include <ykstd/ykstd_TShared.hxx>

@@ -169,3 +169,57 @@ class ExprInput {
 };
 
 }  // namespace ykstd_detail
+
+// The rest of the evaluator's process-wide state, beside its instance (both live among the
+// library's statics).
+#include <ykstd/ykstd_AsciiString.hxx>
+#include <ykstd/ykstd_Dim.hxx>
+
+class ykstd_Expression;
+
+namespace ykstd_detail {
+
+// An evaluation interrupted by a nested one.
+struct ExprSavedState {
+  ExprInput* input;
+  ykstd_Dim value;
+  ykstd_AsciiString name;
+  unsigned char token;
+  ExprSavedState* below;
+};
+
+struct ExprStatics {
+  ExprStatics() = default;
+  ExprStatics(const ExprStatics&) = delete;
+  ExprStatics& operator=(const ExprStatics&) = delete;
+  ~ExprStatics() { ReleaseAll(); }
+
+  void Push(ExprSavedState* state) {
+    state->below = saved;
+    saved = state;
+  }
+  ExprSavedState* Pop() {
+    ExprSavedState* top = saved;
+    if (top) saved = top->below;
+    return top;
+  }
+  // Releases the input and every saved state with its input.
+  void ReleaseAll() noexcept {
+    ExprInput::Release(input);
+    input = nullptr;
+    while (ExprSavedState* top = Pop()) {
+      ExprInput::Release(top->input);
+      delete top;
+    }
+  }
+
+  ExprInput* input = nullptr;       // the text under evaluation; null between evaluations
+  ExprSavedState* saved = nullptr;  // top of the stack of interrupted evaluations
+  bool signGuard = false;           // set while the operand of a unary minus is evaluated
+  std::int32_t depth = 0;           // nesting of primaries now under evaluation
+};
+
+ExprStatics& ExpressionStatics();
+ykstd_Expression& ExpressionInstance();
+
+}  // namespace ykstd_detail

@@ -3,8 +3,11 @@
 // keep them all in this one file and add new ones at their place in the sequence.
 
 #include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_Session.hxx>
+
+#include "ykstd_ExpressionInput.hxx"
 
 // 1. The add-in's ui module.
 
@@ -18,6 +21,15 @@ std::fstream ykstd_Debug::mNulFile;
 // 6. The error handler.
 
 // 7. The expression evaluator and its stack.
+namespace {
+ykstd_detail::ExprStatics expressionStatics;
+ykstd_Expression expressionInstance;
+}  // namespace
+
+namespace ykstd_detail {
+ExprStatics& ExpressionStatics() { return expressionStatics; }
+ykstd_Expression& ExpressionInstance() { return expressionInstance; }
+}  // namespace ykstd_detail
 
 // 8. The failure thrown when no memory is left for a new one: made now, while memory can be had,
 //    and never released before the handles below.
