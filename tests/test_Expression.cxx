@@ -500,6 +500,7 @@ TEST_F(ExpressionTest, ErrorsOfFunctionsAndAllMessages) {
     EXPECT_EQ(got.result.RawValue(), 203);  // the function's result stands also with its error
     EXPECT_STREQ(ykstd_Expression::ErrorMsg().Text(), texts[code]);
     EXPECT_EQ(ykstd_Expression::Instance().Error(), answer);
+    EXPECT_STREQ(ykstd_Expression::ErrorText(answer).Text(), texts[code]);
   }
   // A function's error does not replace an earlier one.
   ExpectError("1/0+KK(1,1)", ExprDivisionByNull);

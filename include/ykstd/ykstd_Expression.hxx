@@ -73,6 +73,8 @@ class YKSTD_EXPORT ykstd_Expression {
   static ykenum::ExprError Evaluate(const ykstd_AsciiString& text, ykstd_Dim& result);
   // "No error", or "ERROR in expression: " and the text of the last evaluation's error.
   static ykstd_AsciiString ErrorMsg();
+  // The same text for any code, e.g. for the one Evaluate returned for an empty text.
+  static ykstd_AsciiString ErrorText(ykenum::ExprError error);
   static void AddFunction(const Hnd_ykstd_fnc_Function& function);
   // Forgets the registered functions and any evaluation left unfinished by a failure.
   static void Init();

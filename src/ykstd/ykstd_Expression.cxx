@@ -139,7 +139,10 @@ ExprError ykstd_Expression::Evaluate(const ykstd_AsciiString& text, ykstd_Dim& r
 }
 
 ykstd_AsciiString ykstd_Expression::ErrorMsg() {
-  const unsigned char error = ykstd_detail::ExpressionInstance().error_;
+  return ErrorText(static_cast<ExprError>(ykstd_detail::ExpressionInstance().error_));
+}
+
+ykstd_AsciiString ykstd_Expression::ErrorText(ExprError error) {
   if (error == ExprNoError) return ykstd_AsciiString(kErrorTexts[0]);
   ykstd_AsciiString message("ERROR in expression: ");
   message.AssignCat(error < sizeof(kErrorTexts) / sizeof(kErrorTexts[0]) ? kErrorTexts[error]
