@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <limits>
+#include <regex>
 #include <sstream>
 #include <string>
 
@@ -37,6 +40,33 @@ void ExpectFields(const ykstd_Dim& dim, double value, double max, double step, U
   EXPECT_EQ(dim.RawMax(), max);
   EXPECT_EQ(dim.RawStep(), step);
   EXPECT_EQ(dim.GetUnit(), unit);
+}
+
+// Sends the debug log to a file for the life of the object.
+class LogCapture {
+ public:
+  LogCapture() : path_(::testing::TempDir() + "ykstd_dim_log.txt") {
+    ykstd_Debug::SwitchOn(true);
+    ykstd_Debug::mLogFile.open(path_, std::ios::out | std::ios::trunc);
+  }
+  ~LogCapture() {
+    ykstd_Debug::mLogFile.close();
+    ykstd_Debug::mLogFile.clear();
+  }
+  // The log so far, with the line numbers of catch sites replaced by "#".
+  std::string Text() {
+    ykstd_Debug::mLogFile.flush();
+    std::ifstream in(path_);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return std::regex_replace(text, std::regex("\\} \\([0-9]+\\):"), "} (#):");
+  }
+
+ private:
+  std::string path_;
+};
+
+std::string CaughtIn(const std::string& function, const std::string& failure) {
+  return failure + "\nEXCEPTION caught in src/ykstd/ykstd_Dim{" + function + "} (#):\n" + failure + "\n";
 }
 
 const ykstd_Dim kMMRange(0.01, 0.02, 0.0025, UnitMM);
@@ -344,4 +374,44 @@ TEST(DimText, DisplayTextOfRanges) {
   EXPECT_EQ(Ascii(ykstd_Dim(0.0381, 0.0508, 0.00635, UnitInch), 2), "1 1/2~2.00 \"/0.25 \"");
   EXPECT_EQ(Ascii(ykstd_Dim(10.0, 20.0, 2.5, UnitDeg), 1), "10.0~20.0 deg/2.5 deg");
   EXPECT_EQ(Ascii(ykstd_Dim(1.0, 2.0, 0.5, UnitNone), 1), "1.0~2.0/0.5");
+}
+
+TEST(DimText, DisplayFailuresAreLoggedAndGiveAnEmptyText) {
+  LogCapture log;
+  const ykstd_Dim threads(0.012, 0.02, 0.001, UnitThreadM);
+  EXPECT_EQ(Ascii(threads), "");
+  EXPECT_EQ(threads.ToLocalString(3, 1).Length(), 0);
+  const ykstd_Dim odd(0.0, 0.0, 0.0, static_cast<Unit>('q'));
+  EXPECT_EQ(Ascii(odd), "");
+  const std::string range = ProgramError("ykstd_Dim::ToAscStr : unknown unit [\x04] for range");
+  EXPECT_EQ(log.Text(), CaughtIn("ykstd_Dim::ToAsciiString", range) + CaughtIn("ykstd_Dim::ToLocalString", range) +
+                            CaughtIn("ykstd_Dim::ToAsciiString", ProgramError("ykstd_Dim::UnitToString")));
+  EXPECT_TRUE(ykstd_fail_Failure::LastFailure().IsNull());
+  // An area range has no display text either, and so shows empty inside failure texts.
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(1.0, 2.0, 1.0, UnitMM2).Value(UnitDeg); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [] to ANGLE"));
+}
+
+TEST(DimValue, UnitListingsAppendInListingOrder) {
+  const auto units = [](DimType type) {
+    ykstd_IntSeq seq;
+    seq.Append(-1);  // appended to, never cleared
+    ykstd_Dim::TypeUnits(type, seq);
+    std::string text;
+    for (std::int32_t i = 1; i <= seq.Length(); ++i) text += std::to_string(seq.Value(i)) + " ";
+    return text;
+  };
+  EXPECT_EQ(units(DimAngle), "-1 11 10 ");
+  EXPECT_EQ(units(DimLength), "-1 0 1 ");
+  EXPECT_EQ(units(DimThread), "-1 4 5 7 6 9 8 ");
+  EXPECT_EQ(units(DimArea), "-1 2 3 ");
+  EXPECT_EQ(units(DimAny), "-1 0 1 11 10 2 3 4 5 7 6 9 8 ");
+  EXPECT_EQ(units(static_cast<DimType>(5)), "-1 ");
+
+  ykstd_AsciiStringSeq names;
+  ykstd_Dim::TypeStrings(DimThread, names);
+  ykstd_Dim::TypeStrings(DimAny, names);
+  std::string text;
+  for (std::int32_t i = 1; i <= names.Length(); ++i) text += std::string(names.Value(i).Text()) + "|";
+  EXPECT_EQ(text, "M|BSP|BSW|BSF|UNC|NPT|mm|\"|deg|rad|mm2|in2|M|BSP|BSW|BSF|UNC|NPT|");
 }

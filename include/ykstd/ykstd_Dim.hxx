@@ -81,6 +81,8 @@ class YKSTD_EXPORT ykstd_Dim {
   std::istream& Read(std::istream& in);
 
  private:
+  static ykstd_Dim Product(const char* operation, const ykstd_Dim& left, const ykstd_Dim& right);
+  static ykstd_Dim Quotient(const char* operation, const ykstd_Dim& left, const ykstd_Dim& right);
   ykstd_AsciiString DisplayText(std::int32_t decimals, unsigned char withUnit, bool local) const;
   unsigned char ParseDisplayText(const ykstd_AsciiString& text, bool local);
 

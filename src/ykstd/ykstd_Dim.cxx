@@ -1,10 +1,16 @@
+#include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <istream>
 #include <limits>
 #include <ostream>
+#include <string>
 
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Seq.hxx>
+#include <ykstd/ykstd_Session.hxx>
 
 namespace {
 
@@ -91,31 +97,6 @@ double Converted(double number, unsigned char stored, ykenum::Unit wanted, ShowF
 double RangeConverted(double number, unsigned char stored, ykenum::Unit wanted) {
   if (!IsLength(wanted) && !IsAngle(wanted)) FailInvalidTarget(wanted);
   return Converted(number, stored, wanted, [number](ykstd_TextStream& text) { text << number; });
-}
-
-// Unit of a product, or UnitNone-with-false when the pair has none.
-bool ProductUnit(unsigned char left, unsigned char right, unsigned char& result) {
-  if (left == ykenum::UnitNone) {
-    result = right;
-  } else if (right == ykenum::UnitNone) {
-    result = left;
-  } else if (IsLength(left) && IsLength(right)) {
-    result = left == ykenum::UnitMM ? ykenum::UnitMM2 : ykenum::UnitIn2;
-  } else {
-    return false;
-  }
-  return true;
-}
-
-bool QuotientUnit(unsigned char left, unsigned char right, unsigned char& result) {
-  if (right == ykenum::UnitNone) {
-    result = left;
-  } else if (IsArea(left) && IsLength(right)) {
-    result = left == ykenum::UnitMM2 ? ykenum::UnitMM : ykenum::UnitInch;
-  } else {
-    return false;
-  }
-  return true;
 }
 
 [[noreturn]] void FailOperands(const char* operation, const char* problem, const ykstd_Dim& left, char op,
@@ -216,6 +197,46 @@ unsigned char ykstd_Dim::IsInRange(const ykstd_Dim& candidate) const {
   return std::fabs(r - k) < kTolerance ? 1 : 0;
 }
 
+// ---- unit listings ----
+
+namespace {
+
+// The units of each type in listing order (not the order of their numbers); DimAny lists all.
+constexpr unsigned char kAngleUnits[] = {ykenum::UnitDeg, ykenum::UnitRad};
+constexpr unsigned char kLengthUnits[] = {ykenum::UnitMM, ykenum::UnitInch};
+constexpr unsigned char kThreadUnits[] = {ykenum::UnitThreadM,   ykenum::UnitThreadBSP, ykenum::UnitThreadBSW,
+                                          ykenum::UnitThreadBSF, ykenum::UnitThreadUNC, ykenum::UnitThreadNPT};
+constexpr unsigned char kAreaUnits[] = {ykenum::UnitMM2, ykenum::UnitIn2};
+constexpr unsigned char kAllUnits[] = {ykenum::UnitMM,        ykenum::UnitInch,      ykenum::UnitDeg,
+                                       ykenum::UnitRad,       ykenum::UnitMM2,       ykenum::UnitIn2,
+                                       ykenum::UnitThreadM,   ykenum::UnitThreadBSP, ykenum::UnitThreadBSW,
+                                       ykenum::UnitThreadBSF, ykenum::UnitThreadUNC, ykenum::UnitThreadNPT};
+
+template <class Fn>
+void ForEachUnitOf(ykenum::DimType type, Fn fn) {
+  const auto each = [&fn](const auto& units) {
+    for (unsigned char unit : units) fn(static_cast<ykenum::Unit>(unit));
+  };
+  switch (type) {
+    case ykenum::DimAngle: each(kAngleUnits); break;
+    case ykenum::DimLength: each(kLengthUnits); break;
+    case ykenum::DimThread: each(kThreadUnits); break;
+    case ykenum::DimArea: each(kAreaUnits); break;
+    case ykenum::DimAny: each(kAllUnits); break;
+    default: break;
+  }
+}
+
+}  // namespace
+
+void ykstd_Dim::TypeUnits(ykenum::DimType type, ykstd_IntSeq& units) {
+  ForEachUnitOf(type, [&units](ykenum::Unit unit) { units.Append(static_cast<std::int32_t>(unit)); });
+}
+
+void ykstd_Dim::TypeStrings(ykenum::DimType type, ykstd_AsciiStringSeq& names) {
+  ForEachUnitOf(type, [&names](ykenum::Unit unit) { names.Append(UnitToString(unit, 0)); });
+}
+
 // ---- arithmetic ----
 
 void ykstd_Dim::Add(const ykstd_Dim& other) {
@@ -238,35 +259,46 @@ ykstd_Dim ykstd_Dim::Subtracted(const ykstd_Dim& other) const {
   return ykstd_Dim(value_ - other.value_, 0.0, 0.0, GetUnit());
 }
 
-void ykstd_Dim::Multiply(const ykstd_Dim& other) {
+// The unit tables of products and quotients. A result starts from the default value.
+ykstd_Dim ykstd_Dim::Product(const char* operation, const ykstd_Dim& left, const ykstd_Dim& right) {
   unsigned char unit = 0;
-  if (!ProductUnit(unit_, other.unit_, unit))
-    FailOperands("Multiply", "invalid combination of units", *this, '*', other);
-  value_ *= other.value_;
-  unit_ = unit;
+  if (left.unit_ == ykenum::UnitNone)
+    unit = right.unit_;
+  else if (right.unit_ == ykenum::UnitNone)
+    unit = left.unit_;
+  else if (IsLength(left.unit_) && IsLength(right.unit_))
+    unit = left.unit_ == ykenum::UnitMM ? ykenum::UnitMM2 : ykenum::UnitIn2;
+  else
+    FailOperands(operation, "invalid combination of units", left, '*', right);
+  return ykstd_Dim(left.value_ * right.value_, 0.0, 0.0, static_cast<ykenum::Unit>(unit));
 }
 
-ykstd_Dim ykstd_Dim::Multiplied(const ykstd_Dim& other) const {
+ykstd_Dim ykstd_Dim::Quotient(const char* operation, const ykstd_Dim& left, const ykstd_Dim& right) {
   unsigned char unit = 0;
-  if (!ProductUnit(unit_, other.unit_, unit))
-    FailOperands("Multiplied", "invalid combination of units", *this, '*', other);
-  return ykstd_Dim(value_ * other.value_, 0.0, 0.0, static_cast<ykenum::Unit>(unit));
+  if (right.unit_ == ykenum::UnitNone)
+    unit = left.unit_;
+  else if (IsArea(left.unit_) && IsLength(right.unit_))
+    unit = left.unit_ == ykenum::UnitMM2 ? ykenum::UnitMM : ykenum::UnitInch;
+  else
+    FailOperands(operation, "invalid combination of units", left, '/', right);
+  return ykstd_Dim(left.value_ / right.value_, 0.0, 0.0, static_cast<ykenum::Unit>(unit));
 }
+
+void ykstd_Dim::Multiply(const ykstd_Dim& other) {
+  const ykstd_Dim product = Product("Multiply", *this, other);
+  value_ = product.value_;
+  unit_ = product.unit_;
+}
+
+ykstd_Dim ykstd_Dim::Multiplied(const ykstd_Dim& other) const { return Product("Multiplied", *this, other); }
 
 void ykstd_Dim::Divide(const ykstd_Dim& other) {
-  unsigned char unit = 0;
-  if (!QuotientUnit(unit_, other.unit_, unit))
-    FailOperands("Divide", "invalid combination of units", *this, '/', other);
-  value_ /= other.value_;
-  unit_ = unit;
+  const ykstd_Dim quotient = Quotient("Divide", *this, other);
+  value_ = quotient.value_;
+  unit_ = quotient.unit_;
 }
 
-ykstd_Dim ykstd_Dim::Divided(const ykstd_Dim& other) const {
-  unsigned char unit = 0;
-  if (!QuotientUnit(unit_, other.unit_, unit))
-    FailOperands("Divided", "invalid combination of units", *this, '/', other);
-  return ykstd_Dim(value_ / other.value_, 0.0, 0.0, static_cast<ykenum::Unit>(unit));
-}
+ykstd_Dim ykstd_Dim::Divided(const ykstd_Dim& other) const { return Quotient("Divided", *this, other); }
 
 ykstd_Dim ykstd_Dim::Multiplied(double factor) const noexcept {
   return ykstd_Dim(value_ * factor, 0.0, 0.0, GetUnit());
