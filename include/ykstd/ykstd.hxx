@@ -6,6 +6,7 @@
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_Archive.hxx>
+#include <ykstd/ykstd_Arr1.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_CollectionStore.hxx>
 #include <ykstd/ykstd_Debug.hxx>
@@ -14,9 +15,11 @@
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>
+#include <ykstd/ykstd_StoredForm.hxx>
 #include <ykstd/ykstd_TShared.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 #include <ykstd/ykstd_Type.hxx>
