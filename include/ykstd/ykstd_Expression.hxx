@@ -3,27 +3,15 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
+#include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_TShared.hxx>
 
 YKSTD_HANDLE(ykstd_fnc_Function, ykstd_TShared);
-
-// The registry of functions, in order of registration.
-class YKSTD_EXPORT ykstd_FunctionSeq {
- public:
-  std::int32_t Length() const { return static_cast<std::int32_t>(items_.size()); }
-  const Hnd_ykstd_fnc_Function& Value(std::int32_t i) const { return items_.at(static_cast<std::size_t>(i - 1)); }
-  void Append(const Hnd_ykstd_fnc_Function& function) { items_.push_back(function); }
-  void Clear() { items_.clear(); }
-
- private:
-  std::vector<Hnd_ykstd_fnc_Function> items_;
-};
 
 // A function callable by name in an expression. A module derives from it, redefines the Compute
 // that its argument type selects and registers an instance with ykstd_Expression::AddFunction.
@@ -51,6 +39,9 @@ class YKSTD_EXPORT ykstd_fnc_Function : public ykstd_TShared {
   ykstd_AsciiString name_;
   ykenum::ArgType type_;
 };
+
+// The registry of functions, in order of registration.
+YKSTD_SEQUENCE(FunctionSeq, Hnd_ykstd_fnc_Function, ykstd_FormObject);
 
 namespace ykstd_detail {
 struct ExprArgs;

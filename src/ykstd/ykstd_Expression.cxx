@@ -10,6 +10,7 @@
 using namespace ykenum;
 
 YKSTD_IMPLEMENT_TYPE(ykstd_fnc_Function, ykstd_TShared)
+YKSTD_IMPLEMENT_SEQUENCE(FunctionSeq)
 
 ykstd_fnc_Function::ykstd_fnc_Function(const char* name, ArgType type) : name_(name), type_(type) {}
 
