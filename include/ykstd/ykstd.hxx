@@ -23,3 +23,4 @@
 #include <ykstd/ykstd_TShared.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 #include <ykstd/ykstd_Type.hxx>
+#include <ykstd/ykstd_VarArg.hxx>
