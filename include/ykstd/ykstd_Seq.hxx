@@ -7,8 +7,9 @@
 //   YKSTD_SEQUENCE(DimSeq, ykstd_Dim, ykstd_FormNested);        // ykstd_DimSeq + its node class
 // and in one source file:
 //   YKSTD_IMPLEMENT_SEQUENCE(DimSeq)                             // the node's descriptor
-// The third argument is the element's stored form (ykstd_CollectionStore.hxx); an element that is
-// itself a sequence, or a value class with its own Serialize, takes ykstd_FormNested.
+// The third argument is the element's stored form, a tag of ykstd_StoredForm.hxx or
+// ykstd_CollectionStore.hxx: a collection element, or a value class with a Serialize of its own,
+// takes ykstd_FormNested; a handle of any counted class takes ykstd_FormObject.
 #pragma once
 
 #include <cstdint>
@@ -197,12 +198,13 @@ class YKSTD_EXPORT ykstd_Sequence : public ykstd_BaseSequence {
       const std::int32_t count = ykstd_CollectionStore::LoadCount(archive);
       for (std::int32_t k = 0; k < count; ++k) {
         T value{};
-        Form::Load(archive, value);
+        ykstd_CollectionStore::Load(archive, Form{}, value);
         Append(value);
       }
     } else {
       ykstd_CollectionStore::StoreCount(archive, mSize);
-      for (ykstd_SeqNode* node = mFirstItem; node; node = node->Next()) Form::Store(archive, AsNode(node)->Value());
+      for (ykstd_SeqNode* node = mFirstItem; node; node = node->Next())
+        ykstd_CollectionStore::Store(archive, Form{}, AsNode(node)->Value());
     }
   }
 
