@@ -539,3 +539,81 @@ TEST(DimText, UnitNamesAsciiAndFromMessages) {
   EXPECT_EQ(std::string(ykstd_Dim(12.0, UnitThreadM).ToLocalString(0, 1).Text()),
             std::string(ykstd_MsgEx::Get(506).Text()) + " 12");
 }
+
+namespace {
+
+ykstd_Dim ReadFrom(const std::string& text) {
+  std::istringstream in(text);
+  ykstd_Dim dim(7.0, 8.0, 9.0, UnitDeg);
+  in >> dim;
+  return dim;
+}
+
+}  // namespace
+
+TEST(DimTag, ReadTakesTheUnitFromThePrefix) {
+  ExpectFields(ReadFrom("/ 12"), 12 * 0.001, 0.0, 0.0, UnitMM);
+  ExpectFields(ReadFrom("/12"), 12 * 0.001, 0.0, 0.0, UnitMM);
+  ExpectFields(ReadFrom("  X -3.25"), -3.25, 0.0, 0.0, UnitNone);
+  ExpectFields(ReadFrom("/r1"), 57.29577951308232, 0.0, 0.0, UnitRad);
+  ExpectFields(ReadFrom("?d-45"), -45.0, 0.0, 0.0, UnitDeg);
+  // Inch numbers and threads are expressions in the prefix's unit, whatever unit they compute.
+  ExpectFields(ReadFrom("\\ 1+3/4"), 1.75 * 0.0254, 0.0, 0.0, UnitInch);
+  ExpectFields(ReadFrom("\\ 2*mm(1)"), 0.002 * 0.0254, 0.0, 0.0, UnitInch);
+  ExpectFields(ReadFrom("/m12"), 12 * 0.001, 0.0, 0.0, UnitThreadM);
+  ExpectFields(ReadFrom("\\p1/2"), 0.5 * 0.0254, 0.0, 0.0, UnitThreadBSP);
+  ExpectFields(ReadFrom("\\f3/8"), 0.375 * 0.0254, 0.0, 0.0, UnitThreadBSF);
+  ExpectFields(ReadFrom("\\w1"), 0.0254, 0.0, 0.0, UnitThreadBSW);
+  ExpectFields(ReadFrom("\\n(1+1)/4"), 0.5 * 0.0254, 0.0, 0.0, UnitThreadNPT);
+  ExpectFields(ReadFrom("\\u2"), 2 * 0.0254, 0.0, 0.0, UnitThreadUNC);
+}
+
+TEST(DimTag, ReadRanges) {
+  ExpectFields(ReadFrom("[\\ 1+1/2,2,0.25]"), 1.5 * 0.0254, 2 * 0.0254, 0.25 * 0.0254, UnitInch);
+  ExpectFields(ReadFrom("[/ 10,20,2.5]"), 10 * 0.001, 20 * 0.001, 2.5 * 0.001, UnitMM);
+  ExpectFields(ReadFrom("[/r1,2,0.5]"), 57.29577951308232, 2 * 57.29577951308232, 0.5 * 57.29577951308232, UnitRad);
+  ExpectFields(ReadFrom("[/d10,20,2.5]"), 10.0, 20.0, 2.5, UnitDeg);
+  ExpectFields(ReadFrom("[X 1,2,0.5]"), 1.0, 2.0, 0.5, UnitNone);
+  // The expression of a range ends at the comma, blanks and all.
+  ExpectFields(ReadFrom("[\\  1 + 1/4 ,2,0.25]"), 1.25 * 0.0254, 2 * 0.0254, 0.25 * 0.0254, UnitInch);
+}
+
+TEST(DimTag, WrittenValuesReadBackInSequence) {
+  const ykstd_Dim values[] = {
+      ykstd_Dim(12.5, UnitMM),          ykstd_Dim(1.5, UnitInch),      ykstd_Dim(12, UnitThreadM),
+      ykstd_Dim(0.75, UnitThreadBSP),   ykstd_Dim(0.5, UnitThreadUNC), ykstd_Dim(0.25, UnitRad),
+      ykstd_Dim(-30, UnitDeg),          ykstd_Dim(4.5, UnitNone),      kMMRange,
+      ykstd_Dim(1.0, 2.0, 0.5, UnitDeg)};
+  std::stringstream stream;
+  for (const ykstd_Dim& dim : values) stream << dim << ' ';
+  EXPECT_EQ(stream.str(), "/ 12.5 \\ 1.5 /m12 \\p0.75 \\u0.5 /r0.25 /d-30 X 4.5 [/ 10,20,2.5] [/d1,2,0.5] ");
+  for (const ykstd_Dim& dim : values) {
+    ykstd_Dim back;
+    stream >> back;
+    EXPECT_TRUE(back.IsEqual(dim)) << Ascii(dim);
+    EXPECT_EQ(back.GetUnit(), dim.GetUnit());
+  }
+}
+
+TEST(DimTag, ReadFailuresNameTheBadPart) {
+  const auto readFails = [](const std::string& source) { return FailureOf([&] { ReadFrom(source); }); };
+  EXPECT_EQ(readFails("Q 5"), ProgramError("ykstd_Dim::Read : unknown unit [Q]"));
+  EXPECT_EQ(readFails("[m1,2,3]"), ProgramError("ykstd_Dim::Read : unknown unit [m]"));
+  EXPECT_EQ(readFails("/q5"), ProgramError("ykstd_Dim::Read : unknown thread or angle [q]"));
+  // At the end of the stream the unit character is a NUL, which ends the failure's text.
+  EXPECT_EQ(readFails("/"), ProgramError("ykstd_Dim::Read : unknown thread or angle ["));
+  EXPECT_EQ(readFails(""), ProgramError("ykstd_Dim::Read : unknown thread or angle ["));
+  // An inch number must start like a number: a parenthesis is taken for a thread letter.
+  EXPECT_EQ(readFails("\\ (1+2)"), ProgramError("ykstd_Dim::Read : unknown thread or angle [(]"));
+  EXPECT_EQ(readFails("\\ 1+(2"), ProgramError("ykstd_Dim::Read : error in expression [1+(2]"));
+  EXPECT_EQ(readFails("\\ 12mm"), ProgramError("ykstd_Dim::Read : error in expression [12mm]"));
+  EXPECT_EQ(readFails("\\p"), ProgramError("ykstd_Dim::Read : error in expression []"));
+  // A range's expression is cut at 127 characters, here before its closing parenthesis.
+  EXPECT_EQ(readFails("[\\ 1*(" + std::string(124, '1') + "),2,0.25]"),
+            ProgramError("ykstd_Dim::Read : error in expression [1*(" + std::string(124, '1') + "]"));
+  // A failed read leaves the value as it was.
+  std::istringstream in("/q5");
+  ykstd_Dim dim(7.0, 8.0, 9.0, UnitDeg);
+  EXPECT_NE(FailureOf([&] { in >> dim; }), "no failure");
+  ExpectFields(dim, 7.0, 8.0, 9.0, UnitDeg);
+}

@@ -9,6 +9,7 @@
 
 #include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_Dim.hxx>
+#include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_Schema.hxx>
@@ -572,3 +573,86 @@ std::ostream& ykstd_Dim::Write(std::ostream& out) const {
 }
 
 std::ostream& operator<<(std::ostream& out, const ykstd_Dim& dim) { return dim.Write(out); }
+std::istream& ykstd_Dim::Read(std::istream& in) {
+  char c0 = '\0';
+  char c1 = '\0';
+  in >> c0 >> c1;
+  const bool range = c0 == '[';
+  if (range) {
+    c0 = c1;
+    c1 = '\0';
+    in >> c1;
+  }
+  ykenum::Unit unit = ykenum::UnitNone;
+  if (std::isdigit(static_cast<unsigned char>(c1)) || c1 == '+' || c1 == '-' || c1 == '.') {
+    in.putback(c1);
+    switch (c0) {
+      case '/': unit = ykenum::UnitMM; break;
+      case '\\': unit = ykenum::UnitInch; break;
+      case 'X': unit = ykenum::UnitNone; break;
+      default: {
+        ykstd_TextStream text;
+        text << "ykstd_Dim::Read : unknown unit [" << c0 << "]";
+        Fail(text);
+      }
+    }
+  } else {
+    static constexpr char kKinds[] = "drmpfwnu";
+    static constexpr ykenum::Unit kKindUnits[] = {ykenum::UnitDeg,       ykenum::UnitRad,       ykenum::UnitThreadM,
+                                                  ykenum::UnitThreadBSP, ykenum::UnitThreadBSF, ykenum::UnitThreadBSW,
+                                                  ykenum::UnitThreadNPT, ykenum::UnitThreadUNC};
+    const char* found = c1 == '\0' ? nullptr : std::strchr(kKinds, c1);
+    if (found == nullptr) {
+      ykstd_TextStream text;
+      text << "ykstd_Dim::Read : unknown thread or angle [" << c1 << "]";
+      Fail(text);
+    }
+    unit = kKindUnits[found - kKinds];
+  }
+
+  double value = 0.0;
+  if (unit == ykenum::UnitInch || IsThread(unit)) {
+    // Inch numbers are expressions such as 1+3/4; in a range the comma ends one.
+    std::string expression;
+    if (range) {
+      char buffer[128] = {};
+      in >> std::ws;
+      in.get(buffer, sizeof buffer, ',');
+      expression = buffer;
+    } else {
+      in >> expression;
+    }
+    const ykstd_AsciiString source(expression.c_str());
+    ykstd_Dim result;
+    if (ykstd_Expression::Evaluate(source, result) != ykenum::ExprNoError) {
+      ykstd_TextStream text;
+      text << "ykstd_Dim::Read : error in expression [" << expression << "]";
+      Fail(text);
+    }
+    value = result.value_ * (unit == ykenum::UnitThreadM ? kMMIn : kInchIn);
+  } else {
+    in >> value;
+    if (unit == ykenum::UnitRad) value *= kRadIn;
+    if (unit == ykenum::UnitMM) value *= kMMIn;
+  }
+
+  double max = 0.0;
+  double step = 0.0;
+  if (range) {
+    char separator = '\0';
+    in >> separator >> max >> separator >> step >> separator;
+    const double factor = unit == ykenum::UnitMM     ? kMMIn
+                          : unit == ykenum::UnitInch ? kInchIn
+                          : unit == ykenum::UnitRad  ? kRadIn
+                                                     : 1.0;
+    max *= factor;
+    step *= factor;
+  }
+  value_ = value;
+  max_ = max;
+  step_ = step;
+  unit_ = unit;
+  return in;
+}
+
+std::istream& operator>>(std::istream& in, ykstd_Dim& dim) { return dim.Read(in); }
