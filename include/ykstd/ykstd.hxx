@@ -18,8 +18,10 @@
 #include <ykstd/ykstd_CollectionStore.hxx>
 #include <ykstd/ykstd_Date.hxx>
 #include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
+#include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_List.hxx>
 #include <ykstd/ykstd_Map.hxx>
@@ -33,3 +35,4 @@
 #include <ykstd/ykstd_TShared.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 #include <ykstd/ykstd_Type.hxx>
+#include <ykstd/ykstd_VarArg.hxx>

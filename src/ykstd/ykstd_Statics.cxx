@@ -4,10 +4,13 @@
 
 #include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
+
+#include "ykstd_ExpressionInput.hxx"
 
 namespace ykstd_detail {
 void LoadAddinModule(const char* format, HINSTANCE& module);
@@ -54,6 +57,15 @@ std::fstream ykstd_Debug::mNulFile;
 // 6. The error handler.
 
 // 7. The expression evaluator and its stack.
+namespace {
+ykstd_detail::ExprStatics expressionStatics;
+ykstd_Expression expressionInstance;
+}  // namespace
+
+namespace ykstd_detail {
+ExprStatics& ExpressionStatics() { return expressionStatics; }
+ykstd_Expression& ExpressionInstance() { return expressionInstance; }
+}  // namespace ykstd_detail
 
 // 8. The failure thrown when no memory is left for a new one: made now, while memory can be had,
 //    and never released before the handles below.
