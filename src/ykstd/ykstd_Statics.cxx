@@ -3,6 +3,7 @@
 // keep them all in this one file and add new ones at their place in the sequence.
 
 #include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_ErrorHandler.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
@@ -12,10 +13,25 @@
 bool ykstd_Debug::mIsOn = true;
 std::fstream ykstd_Debug::mLogFile;
 std::fstream ykstd_Debug::mNulFile;
+unsigned char ykstd_Debug::mStatusFlag = ykstd_Debug::StatusUnopened;
+std::int16_t ykstd_Debug::mIndent = 0;
+// The timer's clock rate: constants until the first timer asks the platform.
+std::int64_t ykstd_Timer::mFrequency = 10000000;
+bool ykstd_Timer::mInitFrequency = true;
+bool ykstd_Timer::mPerfCounterInstalled = false;
 
 // 3-5. Statistics, call stack and profile name of the debug log.
+std::map<std::string, std::unique_ptr<ykstd_DebugStat>> ykstd_Debug::mStats;
+std::vector<std::string> ykstd_Debug::mCallStack;
+std::string ykstd_Debug::mPrfName;
 
 // 6. The error handler.
+namespace {
+ykstd_ErrorHandler errorHandler;
+}  // namespace
+namespace ykstd_detail {
+ykstd_ErrorHandler& ErrorHandlerInstance() { return errorHandler; }
+}  // namespace ykstd_detail
 
 // 7. The expression evaluator and its stack.
 
