@@ -50,10 +50,12 @@ class DebugTest : public ::testing::Test {
     ykstd_Debug::SetProfileName((folder_ / "debug.prf").c_str());
     ykstd_platform::SetPerformanceCounterSource(FakeClock);
     fakeNow = 1000;
+    ykstd_platform::SetRegistryFolders((folder_ / "user").c_str(), (folder_ / "machine").c_str());
   }
   void TearDown() override {
     ykstd_platform::SetPerformanceCounterSource(nullptr);
     ykstd_platform::SetDebugOutputHandler(nullptr);
+    ykstd_platform::SetRegistryFolders(nullptr, nullptr);
     if (previousTmp_.empty())
       unsetenv("TMPDIR");
     else
@@ -72,6 +74,19 @@ class DebugTest : public ::testing::Test {
     std::vector<std::string> lines = Lines(LogPath());
     if (lines.size() >= 11) lines.erase(lines.begin(), lines.begin() + 11);
     return lines;
+  }
+
+  // Stores a text value under `subKey` of `root`.
+  static void SetText(HKEY root, const char* subKey, const char* name, const std::string& text) {
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyExA(root, subKey, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr), ERROR_SUCCESS);
+    ASSERT_EQ(RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                             static_cast<DWORD>(text.size() + 1)),
+              ERROR_SUCCESS);
+    RegCloseKey(key);
+  }
+  static void SetDebugValue(const char* name, const std::string& text) {
+    SetText(HKEY_CURRENT_USER, "Software\\Brimlow\\Kalvane\\Debug", name, text);
   }
 
   std::filesystem::path folder_;
@@ -309,6 +324,47 @@ TEST_F(DebugTest, CopyLogsNothingAndCarriesTheFlags) {
   // The copy leaves like the original, so both leave lines appear.
   EXPECT_EQ(Joined(Body(), 0, 100), "{ENTER: A::F \n}LEAVE: A::F  \n}LEAVE: A::F  \n");
   EXPECT_EQ(ykstd_Debug::mIndent, -1);
+}
+
+TEST_F(DebugTest, ConfiguredLogNameGetsTheProcessNumberOnlyWhenAsked) {
+  const std::string numbered = (folder_ / "x_%d.log").string();
+  SetDebugValue("LogFile", numbered);
+  { ykstd_Debug dbg("A", "F", DebugTrace); }
+  const std::string expected = (folder_ / ("x_" + std::to_string(GetCurrentProcessId()) + ".log")).string();
+  EXPECT_EQ(Lines(expected).size(), 13u);
+
+  const std::string shared = (folder_ / "x.log").string();
+  SetDebugValue("LogFile", shared);
+  ykstd_Debug::mStatusFlag = ykstd_Debug::StatusUnopened;
+  { ykstd_Debug dbg("A", "G", DebugTrace); }
+  const std::vector<std::string> lines = Lines(shared);
+  EXPECT_EQ(Joined(lines, 11, 100), "{ENTER: A::G \n}LEAVE: A::G  \n");
+  EXPECT_FALSE(std::filesystem::exists(LogPath()));
+  EXPECT_EQ(ykstd_platform::OpenRegistryKeyCount(), 0);
+}
+
+TEST_F(DebugTest, ProfileNameComesFromTheCallerThenTheRegistry) {
+  const std::string configured = (folder_ / "configured.prf").string();
+  SetDebugValue("ProfileFile", configured);
+  { ykstd_Debug dbg("A", "F", DebugTime | DebugCloseLog); }
+  EXPECT_FALSE(std::filesystem::exists(configured));
+  EXPECT_TRUE(std::filesystem::exists(folder_ / "debug.prf"));
+
+  ykstd_Debug::SetProfileName("");
+  ykstd_Debug::mStatusFlag = ykstd_Debug::StatusUnopened;
+  { ykstd_Debug dbg("A", "G", DebugTime | DebugCloseLog); }
+  EXPECT_EQ(ykstd_Debug::mPrfName, configured);
+  EXPECT_EQ(Joined(Lines(configured), 0, 100),
+            "Function|Hits|Total|Average|Minimum|Maximum\nA::G|1|0.00000|0.00000|0.00000|0.00000\n");
+}
+
+TEST_F(DebugTest, HeaderShowsTheRegisteredServerPath) {
+  SetText(HKEY_CLASSES_ROOT, "CLSID\\{3F0A6C11-7D2E-4B58-9C41-5E2A81D0B6F7}\\InprocServer32", nullptr,
+          "/opt/addin/ykaddin.so");
+  { ykstd_Debug dbg("A", "F", 0); }
+  const std::vector<std::string> lines = Lines(LogPath());
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(lines[2], " * FullPath    :  /opt/addin/ykaddin.so");
 }
 
 // ---- the timer ----

@@ -3,8 +3,10 @@
 
 #include <ykstd/platform/Host.hxx>
 #include <ykstd/platform/Process.hxx>
+#include <ykstd/platform/Registry.hxx>
 #include <ykstd/platform/SysException.hxx>
 #include <ykstd/platform/Unknown.hxx>
+#include <ykstd/platform/WinError.hxx>
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Debug.hxx>

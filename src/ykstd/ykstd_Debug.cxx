@@ -6,9 +6,7 @@
 #include <iomanip>
 
 #include <ykstd/platform/Process.hxx>
-#if __has_include(<ykstd/platform/Registry.hxx>)
 #include <ykstd/platform/Registry.hxx>
-#endif
 #include <ykstd/ykstd_Debug.hxx>
 
 namespace {
@@ -39,7 +37,6 @@ std::string Seconds(double t) {
 // The full path of the add-in's in-process server, as registered for its class; empty when the
 // registry does not have it.
 std::string AddinServerPath() {
-#if __has_include(<ykstd/platform/Registry.hxx>)
   HKEY key = nullptr;
   if (RegOpenKeyExA(HKEY_CLASSES_ROOT, "CLSID\\{3F0A6C11-7D2E-4B58-9C41-5E2A81D0B6F7}\\InprocServer32", 0,
                     KEY_QUERY_VALUE, &key) != ERROR_SUCCESS)
@@ -50,9 +47,6 @@ std::string AddinServerPath() {
   RegCloseKey(key);
   if (status != ERROR_SUCCESS || size <= 0) return {};
   return std::string(buffer, strnlen(buffer, static_cast<std::size_t>(size)));
-#else
-  return {};
-#endif
 }
 
 // The file this library was loaded from.
@@ -300,7 +294,6 @@ void ykstd_Debug::ShowAllocCounter(const char* text) {
 // ---- registry and application ----
 
 bool ykstd_Debug::DbgGetPref(const std::string& key, const std::string& value, std::string& text) {
-#if __has_include(<ykstd/platform/Registry.hxx>)
   HKEY opened = nullptr;
   if (RegOpenKeyExA(HKEY_CURRENT_USER, key.c_str(), 0, KEY_QUERY_VALUE, &opened) != ERROR_SUCCESS) return false;
   char buffer[512];
@@ -312,9 +305,6 @@ bool ykstd_Debug::DbgGetPref(const std::string& key, const std::string& value, s
   if (status != ERROR_SUCCESS || size == 0 || type != REG_SZ) return false;
   text.assign(buffer, strnlen(buffer, size));
   return true;
-#else
-  return false;
-#endif
 }
 
 bool ykstd_Debug::DbgGetAppInfo(std::string& name, std::string& path, std::string& version) {
