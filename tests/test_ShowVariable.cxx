@@ -81,6 +81,31 @@ TEST_F(ShowVariableTest, HandlesShowClassDumpAndCount) {
                 address.str() + " (cnt=2)\n");
 }
 
+TEST_F(ShowVariableTest, DimensionsShowRangesInBrackets) {
+  ShowVariable("d", ykstd_Dim(12.5, ykenum::UnitMM));
+  ShowVariable("r", ykstd_Dim(0.01, 0.02, 0.0025, ykenum::UnitMM));
+  EXPECT_EQ(Log(), "[Dim]: d = 12.5 mm\n[Dim]: r = [10~20 mm/2.5 mm]\n");
+}
+
+TEST_F(ShowVariableTest, SequencesShowCountThenElements) {
+  ykstd_AsciiStringSeq texts;
+  ShowVariable("s", texts);
+  texts.Append("one");
+  texts.Append("two");
+  ShowVariable("t", texts);
+  ykstd_IntSeq numbers;
+  ShowVariable("e", numbers);
+  for (std::int32_t i : {1, 2, 3}) numbers.Append(i);
+  ShowVariable("n", numbers);
+  EXPECT_EQ(Log(),
+            "[AscStrSeq]: s = 0 AscStr(s) :\n"
+            "[AscStrSeq]: t = 2 AscStr(s) :\n"
+            "[AscStr]: 1 = \"one\"\n"
+            "[AscStr]: 2 = \"two\"\n"
+            "[IntSeq]: e = 0 int(s) :\n"
+            "[IntSeq]: n = 3 int(s) :1, 2, 3\n");
+}
+
 TEST_F(ShowVariableTest, NothingReachesTheLogWhenSwitchedOff) {
   ykstd_Debug::SwitchOn(false);
   ShowVariable("x", 1.0);

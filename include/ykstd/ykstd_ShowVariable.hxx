@@ -4,7 +4,9 @@
 #include <cstdint>
 
 #include <ykstd/ykstd_AsciiString.hxx>
+#include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Export.hxx>
+#include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 
 YKSTD_EXPORT void ShowVariable(const char* name, const char* value);
@@ -17,3 +19,9 @@ YKSTD_EXPORT void ShowVariable(const char* name, double value);
 YKSTD_EXPORT void ShowVariable(const char* name, const void* value);
 YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_AsciiString& value);
 YKSTD_EXPORT void ShowVariable(const char* name, const Hnd_ykstd_Transient& value);
+// A range is shown in brackets.
+YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_Dim& value);
+// A head line with the count, then each element on its own line named by its position.
+YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_AsciiStringSeq& value);
+// The count and the numbers on one line.
+YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_IntSeq& value);

@@ -1,4 +1,5 @@
 #include <ostream>
+#include <string>
 
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_ShowVariable.hxx>
@@ -11,6 +12,14 @@ std::ostream& Head(const char* tag, const char* name) {
   std::fstream& log = ykstd_Debug::LogPrint();
   log << tag << (name ? name : "") << " = ";
   return log;
+}
+
+// The head line of a sequence, then each element dumped under its position as name.
+template <class Seq>
+void ShowElements(const char* tag, const char* name, const Seq& value, const char* what) {
+  const std::int32_t count = value.Length();
+  Head(tag, name) << count << what << std::endl;
+  for (std::int32_t i = 1; i <= count; ++i) ShowVariable(std::to_string(i).c_str(), value.Value(i));
 }
 
 }  // namespace
@@ -53,4 +62,25 @@ void ShowVariable(const char* name, const Hnd_ykstd_Transient& value) {
   log << "[Hnd(" << value->DynamicType()->Name() << ")]: " << (name ? name : "") << " = ";
   value.Dump(log);
   log << " (cnt=" << value->GetRefCount() << ")" << std::endl;
+}
+
+void ShowVariable(const char* name, const ykstd_Dim& value) {
+  const ykstd_AsciiString text = value.ToAsciiString(-1, 1);
+  std::ostream& log = Head("[Dim]: ", name);
+  if (value.IsRange())
+    log << '[' << text << ']' << std::endl;
+  else
+    log << text << std::endl;
+}
+
+void ShowVariable(const char* name, const ykstd_AsciiStringSeq& value) {
+  ShowElements("[AscStrSeq]: ", name, value, " AscStr(s) :");
+}
+
+void ShowVariable(const char* name, const ykstd_IntSeq& value) {
+  std::ostream& log = Head("[IntSeq]: ", name);
+  const std::int32_t count = value.Length();
+  log << count << " int(s) :";
+  for (std::int32_t i = 1; i <= count; ++i) log << (i > 1 ? ", " : "") << value.Value(i);
+  log << std::endl;
 }

@@ -5,6 +5,7 @@
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_ErrorHandler.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
 // 1. The add-in's ui module.
@@ -44,7 +45,7 @@ Hnd_ykstd_fail_NullObject emergencyFailure(
 // The handles of the last failure, schema, session and version mapper: null until used, released
 // at unload in the reverse order (mapper first).
 Hnd_ykstd_fail_Failure lastFailure;
-// (the current schema comes here)
+Hnd_ykstd_Schema currentSchema;
 Hnd_ykstd_Session currentSession;
 Hnd_ykstd_VersionMapper currentMapper;
 }  // namespace
@@ -52,6 +53,7 @@ Hnd_ykstd_VersionMapper currentMapper;
 namespace ykstd_detail {
 Hnd_ykstd_fail_Failure& LastFailureHandle() { return lastFailure; }
 const Hnd_ykstd_fail_NullObject& EmergencyFailure() { return emergencyFailure; }
+Hnd_ykstd_Schema& CurrentSchemaHandle() { return currentSchema; }
 Hnd_ykstd_Session& CurrentSessionHandle() { return currentSession; }
 Hnd_ykstd_VersionMapper& CurrentMapperHandle() { return currentMapper; }
 }  // namespace ykstd_detail

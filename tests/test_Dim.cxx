@@ -1,0 +1,417 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <limits>
+#include <regex>
+#include <sstream>
+#include <string>
+
+#include <ykstd/ykstd.hxx>
+
+using namespace ykenum;
+
+namespace {
+
+// The message of the failure that `action` raises, or "no failure".
+std::string FailureOf(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (Hnd_ykstd_fail_Failure& failure) {
+    std::ostringstream text;
+    failure->Print(text);
+    failure->Remove();
+    return text.str();
+  }
+  return "no failure";
+}
+
+std::string ProgramError(const std::string& text) { return "EXCEPTION ykstd_fail_ProgramError : " + text; }
+
+std::string Ascii(const ykstd_Dim& dim, std::int32_t decimals = 3, unsigned char withUnit = 1) {
+  const ykstd_AsciiString text = dim.ToAsciiString(decimals, withUnit);
+  return text.Length() > 0 ? text.Text() : "";
+}
+
+void ExpectFields(const ykstd_Dim& dim, double value, double max, double step, Unit unit) {
+  EXPECT_EQ(dim.RawValue(), value);
+  EXPECT_EQ(dim.RawMax(), max);
+  EXPECT_EQ(dim.RawStep(), step);
+  EXPECT_EQ(dim.GetUnit(), unit);
+}
+
+// Sends the debug log to a file for the life of the object.
+class LogCapture {
+ public:
+  LogCapture() : path_(::testing::TempDir() + "ykstd_dim_log.txt") {
+    ykstd_Debug::SwitchOn(true);
+    ykstd_Debug::mLogFile.open(path_, std::ios::out | std::ios::trunc);
+  }
+  ~LogCapture() {
+    ykstd_Debug::mLogFile.close();
+    ykstd_Debug::mLogFile.clear();
+  }
+  // The log so far, with the line numbers of catch sites replaced by "#".
+  std::string Text() {
+    ykstd_Debug::mLogFile.flush();
+    std::ifstream in(path_);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return std::regex_replace(text, std::regex("\\} \\([0-9]+\\):"), "} (#):");
+  }
+
+ private:
+  std::string path_;
+};
+
+std::string CaughtIn(const std::string& function, const std::string& failure) {
+  return failure + "\nEXCEPTION caught in src/ykstd/ykstd_Dim{" + function + "} (#):\n" + failure + "\n";
+}
+
+const ykstd_Dim kMMRange(0.01, 0.02, 0.0025, UnitMM);
+
+}  // namespace
+
+TEST(DimValue, SetConvertsIntoInternalUnitsAndClearsTheRange) {
+  ExpectFields(ykstd_Dim(), 0.0, 0.0, 0.0, UnitNone);
+  ykstd_Dim dim(1.0, 2.0, 3.0, UnitMM);
+  dim.Set(2.0, UnitMM2);
+  ExpectFields(dim, 2.0 * 0.001 * 0.001, 0.0, 0.0, UnitMM2);
+  ExpectFields(ykstd_Dim(3.0, UnitIn2), 3.0 * 0.0254 * 0.0254, 0.0, 0.0, UnitIn2);
+  ExpectFields(ykstd_Dim(12.0, UnitThreadM), 12.0 * 0.001, 0.0, 0.0, UnitThreadM);
+  ExpectFields(ykstd_Dim(0.5, UnitThreadNPT), 0.5 * 0.0254, 0.0, 0.0, UnitThreadNPT);
+  ExpectFields(ykstd_Dim(1.0, UnitRad), 57.29577951308232, 0.0, 0.0, UnitRad);
+  ExpectFields(ykstd_Dim(7.0, UnitDeg), 7.0, 0.0, 0.0, UnitDeg);
+  ExpectFields(ykstd_Dim(7.0, UnitNone), 7.0, 0.0, 0.0, UnitNone);
+  // An unknown unit is recorded while the number stays.
+  ykstd_Dim odd(1.5, 2.0, 3.0, UnitMM);
+  odd.Set(99.0, static_cast<Unit>(13));
+  ExpectFields(odd, 1.5, 0.0, 0.0, static_cast<Unit>(13));
+  // Millimetres and inches share one internal unit.
+  EXPECT_EQ(ykstd_Dim(25.4, UnitMM).RawValue(), ykstd_Dim(1.0, UnitInch).RawValue());
+}
+
+TEST(DimValue, ValueConvertsOutWithinACategory) {
+  const ykstd_Dim inch(1.0, UnitInch);
+  EXPECT_EQ(inch.Value(UnitMM), 0.0254 * 1000.0);
+  EXPECT_EQ(inch.Value(UnitInch), 0.0254 * 39.37007874015748);
+  const ykstd_Dim area(0.5, 0.0, 0.0, UnitMM2);
+  EXPECT_EQ(area.Value(UnitMM2), 0.5 * 1000000.0);
+  EXPECT_EQ(area.Value(UnitIn2), 0.5 * 1550.0031000062002);
+  const ykstd_Dim angle(90.0, UnitDeg);
+  EXPECT_EQ(angle.Value(UnitRad), 90.0 * 0.017453292519943295);
+  EXPECT_EQ(angle.Value(UnitDeg), 90.0);
+  EXPECT_EQ(ykstd_Dim(12.0, UnitThreadM).Value(UnitThreadM), 12.0 * 0.001 * 1000.0);
+  EXPECT_EQ(ykstd_Dim(0.5, UnitThreadBSW).Value(UnitThreadBSW), 0.5 * 0.0254 * 39.37007874015748);
+  EXPECT_EQ(kMMRange.MaxVal(UnitMM), 0.02 * 1000.0);
+  EXPECT_EQ(kMMRange.StepVal(UnitInch), 0.0025 * 39.37007874015748);
+  EXPECT_EQ(ykstd_Dim(1.0, 2.0, 3.0, UnitRad).StepVal(UnitRad), 3.0 * 0.017453292519943295);
+}
+
+TEST(DimValue, ValueFailsAcrossCategories) {
+  const ykstd_Dim none;
+  EXPECT_EQ(FailureOf([&] { none.Value(UnitMM); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [0.000] to LENGTH"));
+  EXPECT_EQ(FailureOf([&] { none.Value(UnitNone); }),
+            ProgramError("ykstd_Dim::Value : invalid unit to convert to [12]"));
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(12.5, UnitMM).Value(UnitIn2); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [12.500 mm] to AREA"));
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(4.0, 0.0, 0.0, UnitMM2).Value(UnitDeg); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [4000000.000 mm2] to ANGLE"));
+  // A thread converts to nothing but its own standard.
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(12.0, UnitThreadM).Value(UnitMM); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [M 12.000] to LENGTH"));
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(12.0, UnitMM).Value(UnitThreadM); }),
+            ProgramError("ykstd_Dim::Value : cannot convert a THREAD"));
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(0.5, UnitThreadBSP).Value(UnitThreadBSF); }),
+            ProgramError("ykstd_Dim::Value : cannot convert a THREAD"));
+  // Max and step exist only for lengths and angles, and show as plain doubles.
+  EXPECT_EQ(FailureOf([] { kMMRange.MaxVal(UnitMM2); }),
+            ProgramError("ykstd_Dim::Value : invalid unit to convert to [2]"));
+  EXPECT_EQ(FailureOf([] { kMMRange.StepVal(UnitNone); }),
+            ProgramError("ykstd_Dim::Value : invalid unit to convert to [12]"));
+  EXPECT_EQ(FailureOf([] { kMMRange.MaxVal(UnitDeg); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [0.02] to ANGLE"));
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(1.0, 2.0, 0.125, UnitDeg).StepVal(UnitInch); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [0.125] to LENGTH"));
+}
+
+TEST(DimValue, TypeOfEveryUnit) {
+  const DimType expected[] = {DimLength, DimLength, DimArea,   DimArea,  DimThread, DimThread, DimThread,
+                              DimThread, DimThread, DimThread, DimAngle, DimAngle,  DimAny};
+  for (int unit = 0; unit <= 12; ++unit)
+    EXPECT_EQ(ykstd_Dim(0.0, 0.0, 0.0, static_cast<Unit>(unit)).Type(), expected[unit]) << unit;
+  const ykstd_Dim odd(0.0, 0.0, 0.0, static_cast<Unit>('A'));
+  EXPECT_EQ(FailureOf([&] { odd.Type(); }), ProgramError("ykstd_Dim::Type : unknown unit [A]"));
+  // Everything that asks for the type fails the same way.
+  EXPECT_EQ(FailureOf([&] { odd.IsEqual(odd); }), ProgramError("ykstd_Dim::Type : unknown unit [A]"));
+  EXPECT_EQ(FailureOf([&] { ykstd_Dim(1.0, UnitMM).Add(odd); }), ProgramError("ykstd_Dim::Type : unknown unit [A]"));
+}
+
+TEST(DimArithmetic, AddAndSubtractKeepTheLeftUnit) {
+  ykstd_Dim mm(10.0, UnitMM);
+  mm.Add(ykstd_Dim(1.0, UnitInch));
+  ExpectFields(mm, 0.01 + 0.0254, 0.0, 0.0, UnitMM);
+  const ykstd_Dim inch = ykstd_Dim(1.0, UnitInch).Subtracted(ykstd_Dim(10.0, UnitMM));
+  ExpectFields(inch, 0.0254 - 0.01, 0.0, 0.0, UnitInch);
+  // In place, only the first value of a range moves; with a result, the range is gone.
+  ykstd_Dim range = kMMRange;
+  range.Subtract(ykstd_Dim(1.0, UnitMM));
+  ExpectFields(range, 0.01 - 0.001, 0.02, 0.0025, UnitMM);
+  ExpectFields(kMMRange.Added(ykstd_Dim(1.0, UnitMM)), 0.01 + 0.001, 0.0, 0.0, UnitMM);
+  // Threads of different standards share a type.
+  ykstd_Dim thread(0.5, UnitThreadBSP);
+  thread.Add(ykstd_Dim(0.5, UnitThreadUNC));
+  ExpectFields(thread, 0.5 * 0.0254 * 2, 0.0, 0.0, UnitThreadBSP);
+}
+
+TEST(DimArithmetic, DifferentTypesDoNotAddAndStayUnchanged) {
+  ykstd_Dim mm(12.5, UnitMM);
+  const ykstd_Dim deg(30.0, UnitDeg);
+  EXPECT_EQ(FailureOf([&] { mm.Add(deg); }),
+            ProgramError("ykstd_Dim::Add : cannot add different types [12.500 mm+30.000 deg]"));
+  EXPECT_EQ(FailureOf([&] { mm.Added(deg); }),
+            ProgramError("ykstd_Dim::Added : cannot add different types [12.500 mm+30.000 deg]"));
+  EXPECT_EQ(FailureOf([&] { mm.Subtract(ykstd_Dim(2.0, UnitNone)); }),
+            ProgramError("ykstd_Dim::Subtract : cannot add different types [12.500 mm-2.000]"));
+  EXPECT_EQ(FailureOf([&] { mm.Subtracted(ykstd_Dim(12.0, UnitThreadM)); }),
+            ProgramError("ykstd_Dim::Subtracted : cannot add different types [12.500 mm-M 12.000]"));
+  ExpectFields(mm, 12.5 * 0.001, 0.0, 0.0, UnitMM);
+}
+
+TEST(DimArithmetic, ProductsAndQuotientsFollowTheUnitTables) {
+  const ykstd_Dim inch(1.0, UnitInch);
+  const ykstd_Dim mm(2.0, UnitMM);
+  const ykstd_Dim two(2.0, UnitNone);
+  const ykstd_Dim square = inch.Multiplied(inch);
+  ExpectFields(square, 0.0254 * 0.0254, 0.0, 0.0, UnitIn2);
+  ExpectFields(square.Sqrt(), 0.0254, 0.0, 0.0, UnitInch);
+  EXPECT_EQ(mm.Multiplied(inch).GetUnit(), UnitMM2);
+  EXPECT_EQ(mm.Multiplied(inch).Sqrt().GetUnit(), UnitMM);
+  ExpectFields(two.Multiplied(ykstd_Dim(30.0, UnitDeg)), 60.0, 0.0, 0.0, UnitDeg);
+  ExpectFields(ykstd_Dim(12.0, UnitThreadM).Multiplied(two), 0.024, 0.0, 0.0, UnitThreadM);
+  ExpectFields(square.Divided(mm), 0.0254 * 0.0254 / 0.002, 0.0, 0.0, UnitInch);
+  ExpectFields(mm.Multiplied(inch).Divided(inch), 0.002 * 0.0254 / 0.0254, 0.0, 0.0, UnitMM);
+  ExpectFields(ykstd_Dim(30.0, UnitDeg).Divided(two), 15.0, 0.0, 0.0, UnitDeg);
+
+  ykstd_Dim range = kMMRange;
+  range.Multiply(two);
+  ExpectFields(range, 0.02, 0.02, 0.0025, UnitMM);
+  range.Multiply(inch);
+  ExpectFields(range, 0.02 * 0.0254, 0.02, 0.0025, UnitMM2);
+  range.Divide(mm);
+  ExpectFields(range, 0.02 * 0.0254 / 0.002, 0.02, 0.0025, UnitMM);
+
+  EXPECT_EQ(FailureOf([&] { mm.Divided(inch); }),
+            ProgramError("ykstd_Dim::Divided : invalid combination of units [2.000 mm/1 \"]"));
+  EXPECT_EQ(FailureOf([&] { two.Divided(mm); }),
+            ProgramError("ykstd_Dim::Divided : invalid combination of units [2.000/2.000 mm]"));
+  EXPECT_EQ(FailureOf([&] { mm.Multiplied(ykstd_Dim(30.0, UnitDeg)); }),
+            ProgramError("ykstd_Dim::Multiplied : invalid combination of units [2.000 mm*30.000 deg]"));
+  EXPECT_EQ(FailureOf([&] { square.Multiplied(mm); }),
+            ProgramError("ykstd_Dim::Multiplied : invalid combination of units [1.000 in2*2.000 mm]"));
+  ykstd_Dim left = mm;
+  EXPECT_EQ(FailureOf([&] { left.Multiply(ykstd_Dim(12.0, UnitThreadM)); }),
+            ProgramError("ykstd_Dim::Multiply : invalid combination of units [2.000 mm*M 12.000]"));
+  EXPECT_EQ(FailureOf([&] { left.Divide(mm); }),
+            ProgramError("ykstd_Dim::Divide : invalid combination of units [2.000 mm/2.000 mm]"));
+  ExpectFields(left, 0.002, 0.0, 0.0, UnitMM);
+  EXPECT_EQ(FailureOf([&] { mm.Sqrt(); }), ProgramError("ykstd_Dim::Sqrt : unit must be an AREA [2.000 mm]"));
+}
+
+TEST(DimArithmetic, ScalingNeverFailsAndDropsTheRange) {
+  ExpectFields(kMMRange.Multiplied(2.0), 0.02, 0.0, 0.0, UnitMM);
+  ExpectFields(kMMRange.Negated(), -0.01, 0.0, 0.0, UnitMM);
+  const ykstd_Dim odd(3.0, 0.0, 0.0, static_cast<Unit>(200));
+  ExpectFields(odd.Divided(2.0), 1.5, 0.0, 0.0, static_cast<Unit>(200));
+  EXPECT_TRUE(std::isinf(ykstd_Dim(1.0, UnitMM).Divided(0.0).RawValue()));
+  ykstd_Dim area(1.0, UnitMM2);
+  area.Divide(ykstd_Dim(0.0, UnitMM));
+  EXPECT_TRUE(std::isinf(area.RawValue()));
+  EXPECT_EQ(area.GetUnit(), UnitMM);
+}
+
+TEST(DimCompare, EqualityUsesTolerancesAndTurnsForAngles) {
+  EXPECT_TRUE(ykstd_Dim(25.4, UnitMM).IsEqual(ykstd_Dim(1.0, UnitInch)));
+  EXPECT_FALSE(ykstd_Dim(25.4, UnitMM).IsGreater(ykstd_Dim(1.0, UnitInch)));
+  EXPECT_FALSE(ykstd_Dim(25.4, UnitMM).IsLess(ykstd_Dim(1.0, UnitInch)));
+  // The tolerance is strict: exactly 1e-6 apart is not equal.
+  EXPECT_TRUE(ykstd_Dim(1.0, UnitNone).IsEqual(ykstd_Dim(1.0 + 0.9e-6, UnitNone)));
+  EXPECT_FALSE(ykstd_Dim(0.0, UnitNone).IsEqual(ykstd_Dim(1e-6, UnitNone)));
+
+  EXPECT_TRUE(ykstd_Dim(90.0, UnitDeg).IsEqual(ykstd_Dim(450.0, UnitDeg)));
+  EXPECT_TRUE(ykstd_Dim(-90.0, UnitDeg).IsEqual(ykstd_Dim(270.0, UnitDeg)));
+  EXPECT_TRUE(ykstd_Dim(720.0, UnitDeg).IsEqual(ykstd_Dim(0.0, UnitRad)));
+  EXPECT_FALSE(ykstd_Dim(359.9999999, UnitDeg).IsEqual(ykstd_Dim(0.0, UnitDeg)));
+  EXPECT_TRUE(ykstd_Dim(450.0, UnitDeg).IsGreater(ykstd_Dim(90.0, UnitDeg)));
+  EXPECT_TRUE(ykstd_Dim(-90.0, UnitDeg).IsLess(ykstd_Dim(270.0, UnitDeg)));
+  // Far-off and infinite angles end, and an infinite one equals nothing.
+  EXPECT_TRUE(ykstd_Dim(1e300, UnitDeg).IsEqual(ykstd_Dim(std::fmod(1e300, 360.0), UnitDeg)));
+  const double inf = std::numeric_limits<double>::infinity();
+  EXPECT_FALSE(ykstd_Dim(-inf, UnitDeg).IsEqual(ykstd_Dim(-inf, UnitDeg)));
+
+  // Different types are simply unequal, but not comparable by size.
+  const ykstd_Dim thread(12.0, UnitThreadM);
+  const ykstd_Dim mm(12.0, UnitMM);
+  EXPECT_FALSE(thread.IsEqual(mm));
+  EXPECT_EQ(FailureOf([&] { thread.IsGreater(mm); }),
+            ProgramError("ykstd_Dim::IsGreater : type mismatch [M 12.000>12.000 mm]"));
+  EXPECT_EQ(FailureOf([&] { mm.IsLess(ykstd_Dim(12.0, UnitDeg)); }),
+            ProgramError("ykstd_Dim::IsLess : type mismatch [12.000 mm<12.000 deg]"));
+}
+
+TEST(DimCompare, ThreadsOfDifferentStandardsAreNeitherEqualNorOrdered) {
+  const ykstd_Dim bsp(0.5, UnitThreadBSP);
+  const ykstd_Dim unc(0.5, UnitThreadUNC);
+  EXPECT_FALSE(bsp.IsEqual(unc));
+  EXPECT_FALSE(bsp.IsGreater(ykstd_Dim(0.25, UnitThreadUNC)));
+  EXPECT_FALSE(bsp.IsLess(ykstd_Dim(1.0, UnitThreadUNC)));
+  EXPECT_TRUE(bsp.IsEqual(ykstd_Dim(0.5, UnitThreadBSP)));
+  EXPECT_TRUE(bsp.IsLess(ykstd_Dim(1.0, UnitThreadBSP)));
+}
+
+TEST(DimCompare, RangeEqualityDependsOnTheLeftOperand) {
+  const ykstd_Dim first(0.01, UnitNone);
+  const ykstd_Dim range(0.01, 0.02, 0.0025, UnitNone);
+  EXPECT_TRUE(first.IsEqual(range));
+  EXPECT_FALSE(range.IsEqual(first));
+  EXPECT_TRUE(range.IsEqual(ykstd_Dim(0.01 + 1e-7, 0.02, 0.0025, UnitNone)));
+  EXPECT_FALSE(range.IsEqual(ykstd_Dim(0.01, 0.02, 0.0026, UnitNone)));
+}
+
+TEST(DimCompare, RangeMembershipIsOnTheSteps) {
+  EXPECT_TRUE(kMMRange.IsInRange(ykstd_Dim(12.5, UnitMM)));
+  EXPECT_TRUE(kMMRange.IsInRange(ykstd_Dim(10.0, UnitMM)));
+  EXPECT_TRUE(kMMRange.IsInRange(ykstd_Dim(0.02, 0.0, 0.0, UnitInch)));
+  EXPECT_TRUE(kMMRange.IsInRange(ykstd_Dim(12.5000001, UnitMM)));
+  EXPECT_FALSE(kMMRange.IsInRange(ykstd_Dim(11.0, UnitMM)));
+  EXPECT_FALSE(kMMRange.IsInRange(ykstd_Dim(22.5, UnitMM)));
+  EXPECT_FALSE(kMMRange.IsInRange(ykstd_Dim(12.5, UnitDeg)));
+  EXPECT_FALSE(kMMRange.IsInRange(ykstd_Dim(std::nan(""), 0.0, 0.0, UnitMM)));
+  // Without a step nothing is inside, not even the value itself.
+  EXPECT_FALSE(ykstd_Dim(0.01, 0.01, 0.0, UnitMM).IsInRange(ykstd_Dim(10.0, UnitMM)));
+  // A step so small that the position overflows 32 bits is answered, not truncated wildly.
+  EXPECT_FALSE(ykstd_Dim(0.0, 1.0, 1e-300, UnitNone).IsInRange(ykstd_Dim(0.5, UnitNone)));
+}
+
+TEST(DimTag, WriteUsesThePrefixAndScalesRanges) {
+  const auto written = [](const ykstd_Dim& dim) {
+    std::ostringstream out;
+    out << dim;
+    return out.str();
+  };
+  EXPECT_EQ(written(ykstd_Dim(12.0, UnitMM)), "/ 12");
+  EXPECT_EQ(written(ykstd_Dim(1.5, UnitInch)), "\\ 1.5");
+  EXPECT_EQ(written(ykstd_Dim(12.0, UnitThreadM)), "/m12");
+  EXPECT_EQ(written(ykstd_Dim(0.5, UnitThreadBSP)), "\\p0.5");
+  EXPECT_EQ(written(ykstd_Dim(0.75, UnitThreadBSF)), "\\f0.75");
+  EXPECT_EQ(written(ykstd_Dim(0.25, UnitThreadBSW)), "\\w0.25");
+  EXPECT_EQ(written(ykstd_Dim(1.0, UnitThreadNPT)), "\\n1");
+  EXPECT_EQ(written(ykstd_Dim(2.0, UnitThreadUNC)), "\\u2");
+  EXPECT_EQ(written(ykstd_Dim(1.0, UnitRad)), "/r1");
+  EXPECT_EQ(written(ykstd_Dim(-45.0, UnitDeg)), "/d-45");
+  EXPECT_EQ(written(ykstd_Dim(3.25, UnitNone)), "X 3.25");
+  EXPECT_EQ(written(kMMRange), "[/ 10,20,2.5]");
+  EXPECT_EQ(written(ykstd_Dim(0.0254, 0.0508, 0.00635, UnitInch)), "[\\ 1,2,0.25]");
+  EXPECT_EQ(written(ykstd_Dim(10.0, 20.0, 2.5, UnitDeg)), "[/d10,20,2.5]");
+  EXPECT_EQ(written(ykstd_Dim(1.0, 2.0, 0.5, UnitNone)), "[X 1,2,0.5]");
+  // Default formatting keeps six digits.
+  EXPECT_EQ(written(ykstd_Dim(12.3456789, UnitMM)), "/ 12.3457");
+}
+
+TEST(DimTag, WriteRefusesUnitsWithoutTagForm) {
+  std::ostringstream out;
+  EXPECT_EQ(FailureOf([&] { out << ykstd_Dim(1.0, UnitMM2); }), ProgramError("ykstd_Dim::Write : unknown unit [\x02]"));
+  EXPECT_EQ(FailureOf([&] { out << ykstd_Dim(0.0, 0.0, 0.0, static_cast<Unit>('Z')); }),
+            ProgramError("ykstd_Dim::Write : unknown unit [Z]"));
+  EXPECT_EQ(FailureOf([&] { out << ykstd_Dim(0.012, 0.02, 0.001, UnitThreadM); }),
+            ProgramError("ykstd_Dim::Write : unknown unit [\x04] for range"));
+  EXPECT_EQ(out.str(), "");
+}
+
+TEST(DimText, RoundedStringRoundsHalfAwayFromZero) {
+  const auto rounded = [](double number, std::int32_t decimals) {
+    return std::string(ykstd_Dim::RoundedString(number, decimals).Text());
+  };
+  EXPECT_EQ(rounded(2.5, 0), "3");
+  EXPECT_EQ(rounded(-2.5, 0), "-3");
+  EXPECT_EQ(rounded(1.0005, 3), "1.001");
+  EXPECT_EQ(rounded(-0.0004, 3), "0.000");
+  EXPECT_EQ(rounded(2.345678901234, -1), "2.345678901");
+  EXPECT_EQ(rounded(0.125, -5), "0.125");
+  EXPECT_EQ(rounded(1.5, 300).substr(0, 6), "1.5000");
+  EXPECT_EQ(rounded(1.5, 300).size(), 302u);
+  // Past the double range the scaling factor is infinite; a huge count ends at once.
+  EXPECT_NE(rounded(1.5, 2147483647).find("nan"), std::string::npos);
+}
+
+TEST(DimText, DisplayTextByUnit) {
+  EXPECT_EQ(Ascii(ykstd_Dim(12.5, UnitMM)), "12.500 mm");
+  EXPECT_EQ(Ascii(ykstd_Dim(12.5, UnitMM), -1, 0), "12.5");
+  EXPECT_EQ(Ascii(ykstd_Dim(0.0254, 0.0, 0.0, UnitInch)), "1 \"");
+  EXPECT_EQ(Ascii(ykstd_Dim(1.5, UnitInch), 0), "1 1/2 \"");
+  EXPECT_EQ(Ascii(ykstd_Dim(0.75, UnitInch), 5, 0), "3/4");
+  EXPECT_EQ(Ascii(ykstd_Dim(1.3, UnitInch)), "1.300 \"");
+  EXPECT_EQ(Ascii(ykstd_Dim(1.0 / 128.0, UnitInch), 4), "0.0078 \"");
+  EXPECT_EQ(Ascii(ykstd_Dim(-1.5, UnitInch), 1), "-1.5 \"");
+  EXPECT_EQ(Ascii(ykstd_Dim(63.0 / 64.0, UnitInch), 1), "63/64 \"");
+  EXPECT_EQ(Ascii(ykstd_Dim(2.0, UnitMM2), 1), "2.0 mm2");
+  EXPECT_EQ(Ascii(ykstd_Dim(1.0, UnitIn2), 2), "1.00 in2");
+  EXPECT_EQ(Ascii(ykstd_Dim(0.5, UnitRad), 2), "0.50 rad");
+  EXPECT_EQ(Ascii(ykstd_Dim(45.0, UnitDeg), 0), "45 deg");
+  EXPECT_EQ(Ascii(ykstd_Dim(7.25, UnitNone), 2), "7.25");
+  EXPECT_EQ(Ascii(ykstd_Dim(12.0, UnitThreadM), 0), "M 12");
+  EXPECT_EQ(Ascii(ykstd_Dim(12.0, UnitThreadM), 1, 0), "12.0");
+  EXPECT_EQ(Ascii(ykstd_Dim(0.5, UnitThreadBSP)), "BSP 1/2");
+  EXPECT_EQ(Ascii(ykstd_Dim(1.25, UnitThreadUNC)), "UNC 1 1/4");
+  EXPECT_EQ(Ascii(ykstd_Dim(0.3, UnitThreadNPT), 2, 0), "0.30");
+}
+
+TEST(DimText, DisplayTextOfRanges) {
+  EXPECT_EQ(Ascii(kMMRange), "10.000~20.000 mm/2.500 mm");
+  EXPECT_EQ(Ascii(kMMRange, 1, 0), "10.0~20.0/2.5");
+  EXPECT_EQ(Ascii(ykstd_Dim(0.0381, 0.0508, 0.00635, UnitInch), 2), "1 1/2~2.00 \"/0.25 \"");
+  EXPECT_EQ(Ascii(ykstd_Dim(10.0, 20.0, 2.5, UnitDeg), 1), "10.0~20.0 deg/2.5 deg");
+  EXPECT_EQ(Ascii(ykstd_Dim(1.0, 2.0, 0.5, UnitNone), 1), "1.0~2.0/0.5");
+}
+
+TEST(DimText, DisplayFailuresAreLoggedAndGiveAnEmptyText) {
+  LogCapture log;
+  const ykstd_Dim threads(0.012, 0.02, 0.001, UnitThreadM);
+  EXPECT_EQ(Ascii(threads), "");
+  EXPECT_EQ(threads.ToLocalString(3, 1).Length(), 0);
+  const ykstd_Dim odd(0.0, 0.0, 0.0, static_cast<Unit>('q'));
+  EXPECT_EQ(Ascii(odd), "");
+  const std::string range = ProgramError("ykstd_Dim::ToAscStr : unknown unit [\x04] for range");
+  EXPECT_EQ(log.Text(), CaughtIn("ykstd_Dim::ToAsciiString", range) + CaughtIn("ykstd_Dim::ToLocalString", range) +
+                            CaughtIn("ykstd_Dim::ToAsciiString", ProgramError("ykstd_Dim::UnitToString")));
+  EXPECT_TRUE(ykstd_fail_Failure::LastFailure().IsNull());
+  // An area range has no display text either, and so shows empty inside failure texts.
+  EXPECT_EQ(FailureOf([] { ykstd_Dim(1.0, 2.0, 1.0, UnitMM2).Value(UnitDeg); }),
+            ProgramError("ykstd_Dim::Value : cannot convert [] to ANGLE"));
+}
+
+TEST(DimValue, UnitListingsAppendInListingOrder) {
+  const auto units = [](DimType type) {
+    ykstd_IntSeq seq;
+    seq.Append(-1);  // appended to, never cleared
+    ykstd_Dim::TypeUnits(type, seq);
+    std::string text;
+    for (std::int32_t i = 1; i <= seq.Length(); ++i) text += std::to_string(seq.Value(i)) + " ";
+    return text;
+  };
+  EXPECT_EQ(units(DimAngle), "-1 11 10 ");
+  EXPECT_EQ(units(DimLength), "-1 0 1 ");
+  EXPECT_EQ(units(DimThread), "-1 4 5 7 6 9 8 ");
+  EXPECT_EQ(units(DimArea), "-1 2 3 ");
+  EXPECT_EQ(units(DimAny), "-1 0 1 11 10 2 3 4 5 7 6 9 8 ");
+  EXPECT_EQ(units(static_cast<DimType>(5)), "-1 ");
+
+  ykstd_AsciiStringSeq names;
+  ykstd_Dim::TypeStrings(DimThread, names);
+  ykstd_Dim::TypeStrings(DimAny, names);
+  std::string text;
+  for (std::int32_t i = 1; i <= names.Length(); ++i) text += std::string(names.Value(i).Text()) + "|";
+  EXPECT_EQ(text, "M|BSP|BSW|BSF|UNC|NPT|mm|\"|deg|rad|mm2|in2|M|BSP|BSW|BSF|UNC|NPT|");
+}
