@@ -5,8 +5,10 @@
 // a translator, a fault on that thread calls it from the signal handler, and what the translator
 // throws leaves the faulting statement. For that to work the code whose faults are to be
 // translated must be compiled with -fnon-call-exceptions, so that a trapping instruction may
-// throw; elsewhere the exception cannot pass the faulting frame and the program terminates.
-// Stack overflow is served on an alternate signal stack set up for the thread.
+// throw; elsewhere the exception cannot pass the faulting frame and the program terminates. The
+// same holds for a fault inside a function that the compiler has proved unable to trap (one that
+// touches only its own locals, for instance): its callers keep no landing pad for it. Stack
+// overflow is served on an alternate signal stack set up for the thread.
 #pragma once
 
 #include <cstdint>
