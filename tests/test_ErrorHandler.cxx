@@ -1,8 +1,12 @@
 // Built with -fnon-call-exceptions, so that faults of this file's code can be thrown out of.
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -32,6 +36,12 @@ __attribute__((noinline)) int Deep(int n) {
   frame[0] = static_cast<char>(n);
   sink = ReadAt(reinterpret_cast<std::uintptr_t>(&frame[0]));
   return zero == 0 ? Deep(n + 1) + frame[0] : 0;
+}
+
+// The call to ReadAt makes the function one that may throw, so its callers keep landing pads.
+__attribute__((noinline)) void IllegalInstruction() {
+  sink = ReadAt(reinterpret_cast<std::uintptr_t>(&sink));
+  asm volatile("ud2");
 }
 
 std::string MessageOf(const Hnd_ykstd_fail_Failure& failure) {
@@ -241,6 +251,34 @@ TEST_F(TranslationTest, StackOverflowIsServedOnTheAlternateStack) {
               "MILD EXCEPTION ykstd_fail_SystemError [c00000fd] at address *: STACK_OVERFLOW:\n"
               "The thread used up its stack.");
   }
+}
+
+TEST_F(TranslationTest, IllegalInstructionAndBusErrorHaveTheirCodes) {
+  try {
+    IllegalInstruction();
+    FAIL() << "no fault";
+  } catch (Hnd_ykstd_fail_SystemError& failure) {
+    failure->Remove();
+    EXPECT_EQ(WithoutAddress(MessageOf(failure)),
+              "MILD EXCEPTION ykstd_fail_SystemError [c000001d] at address *: ILLEGAL_INSTRUCTION:\n"
+              "The thread tried to execute an invalid instruction.");
+  }
+  // A page of a mapped file beyond its end cannot be brought in.
+  std::FILE* file = std::tmpfile();
+  ASSERT_NE(file, nullptr);
+  void* page = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(file), 0);
+  ASSERT_NE(page, MAP_FAILED);
+  try {
+    sink = ReadAt(reinterpret_cast<std::uintptr_t>(page));
+    FAIL() << "no fault";
+  } catch (Hnd_ykstd_fail_SystemError& failure) {
+    failure->Remove();
+    EXPECT_EQ(WithoutAddress(MessageOf(failure)),
+              "MILD EXCEPTION ykstd_fail_SystemError [c0000006] at address *: IN_PAGE_ERROR:\n"
+              "The thread tried to access a page that was not present, and the system was unable to load the page.");
+  }
+  munmap(page, 4096);
+  std::fclose(file);
 }
 
 void OtherTranslator(unsigned int, _EXCEPTION_POINTERS*) {}
