@@ -97,13 +97,18 @@ TEST_F(ShowVariableTest, SequencesShowCountThenElements) {
   ShowVariable("e", numbers);
   for (std::int32_t i : {1, 2, 3}) numbers.Append(i);
   ShowVariable("n", numbers);
+  ykstd_IntList list;
+  list.Append(4);
+  list.Append(-5);
+  ShowVariable("l", list);
   EXPECT_EQ(Log(),
             "[AscStrSeq]: s = 0 AscStr(s) :\n"
             "[AscStrSeq]: t = 2 AscStr(s) :\n"
             "[AscStr]: 1 = \"one\"\n"
             "[AscStr]: 2 = \"two\"\n"
             "[IntSeq]: e = 0 int(s) :\n"
-            "[IntSeq]: n = 3 int(s) :1, 2, 3\n");
+            "[IntSeq]: n = 3 int(s) :1, 2, 3\n"
+            "[IntList]: l = 2 int(s) :4, -5\n");
 }
 
 TEST_F(ShowVariableTest, NothingReachesTheLogWhenSwitchedOff) {

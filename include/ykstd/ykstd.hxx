@@ -1,7 +1,12 @@
 // The whole public API of ykstd.
 #pragma once
 
+#include <ykstd/platform/CString.hxx>
 #include <ykstd/platform/Host.hxx>
+#include <ykstd/platform/MessageBox.hxx>
+#include <ykstd/platform/Module.hxx>
+#include <ykstd/platform/Nls.hxx>
+#include <ykstd/platform/OleAuto.hxx>
 #include <ykstd/platform/Process.hxx>
 #include <ykstd/platform/Registry.hxx>
 #include <ykstd/platform/Storage.hxx>
@@ -10,18 +15,26 @@
 #include <ykstd/platform/WinError.hxx>
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_Archive.hxx>
+#include <ykstd/ykstd_Arr1.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_CollectionStore.hxx>
+#include <ykstd/ykstd_Date.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_ErrorHandler.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_List.hxx>
+#include <ykstd/ykstd_Map.hxx>
+#include <ykstd/ykstd_MapNode.hxx>
+#include <ykstd/ykstd_MsgEx.hxx>
+#include <ykstd/ykstd_Pref.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>
 #include <ykstd/ykstd_ShowVariable.hxx>
+#include <ykstd/ykstd_StoredForm.hxx>
 #include <ykstd/ykstd_TShared.hxx>
 #include <ykstd/ykstd_Timer.hxx>
 #include <ykstd/ykstd_Transient.hxx>

@@ -1,14 +1,20 @@
-// How collections meet the archive: the heads of their stored forms and one form per element kind.
+// How sequences, arrays, lists and stacks meet the archive: the heads of their stored forms and the
+// element forms, chosen by the form tags of ykstd_StoredForm.hxx.
 //
-// A collection's Serialize is written once per family in terms of these, and each member names its
-// element form as a template argument. The bodies live beside the archive; until it exists they
-// raise ykstd_fail_NotImplemented.
+// A family's Serialize is written once over these, and each member names its element form as a
+// template argument. The out-of-line bodies live beside the archive; until it exists they raise
+// ykstd_fail_NotImplemented.
 #pragma once
 
 #include <cstdint>
 
 #include <ykstd/ykstd_AsciiString.hxx>
+#include <ykstd/ykstd_StoredForm.hxx>
 #include <ykstd/ykstd_Transient.hxx>
+
+struct ykstd_FormByte {};    // one byte
+struct ykstd_FormDouble {};  // an 8-byte double
+struct ykstd_FormNested {};  // the element's own stored form, by its Serialize
 
 class YKSTD_EXPORT ykstd_CollectionStore {
  public:
@@ -20,65 +26,50 @@ class YKSTD_EXPORT ykstd_CollectionStore {
   // A plain 32-bit long: the head of every other family (bounds, extent, depth).
   static void StoreLong(ykstd_Archive& archive, std::int32_t value);
   static std::int32_t LoadLong(ykstd_Archive& archive);
-};
 
-// Element forms. Each has Store(archive, const T&) and Load(archive, T&) for the element types it
-// serves.
+  // Element forms.
+  static void Store(ykstd_Archive& archive, ykstd_FormLong, const std::int32_t& value);
+  static void Load(ykstd_Archive& archive, ykstd_FormLong, std::int32_t& value);
+  static void Store(ykstd_Archive& archive, ykstd_FormByte, const unsigned char& value);
+  static void Load(ykstd_Archive& archive, ykstd_FormByte, unsigned char& value);
+  static void Store(ykstd_Archive& archive, ykstd_FormDouble, const double& value);
+  static void Load(ykstd_Archive& archive, ykstd_FormDouble, double& value);
+  static void Store(ykstd_Archive& archive, ykstd_FormString, const ykstd_AsciiString& value);
+  static void Load(ykstd_Archive& archive, ykstd_FormString, ykstd_AsciiString& value);
+  static void Store(ykstd_Archive& archive, ykstd_FormObject, const Hnd_ykstd_Transient& value);
+  static void Load(ykstd_Archive& archive, ykstd_FormObject, Hnd_ykstd_Transient& value);
 
-// A 32-bit long.
-struct YKSTD_EXPORT ykstd_FormLong {
-  static void Store(ykstd_Archive& archive, const std::int32_t& value);
-  static void Load(ykstd_Archive& archive, std::int32_t& value);
-};
-
-// One byte.
-struct YKSTD_EXPORT ykstd_FormByte {
-  static void Store(ykstd_Archive& archive, const unsigned char& value);
-  static void Load(ykstd_Archive& archive, unsigned char& value);
-};
-
-// An 8-byte double.
-struct YKSTD_EXPORT ykstd_FormDouble {
-  static void Store(ykstd_Archive& archive, const double& value);
-  static void Load(ykstd_Archive& archive, double& value);
-};
-
-// The string form.
-struct YKSTD_EXPORT ykstd_FormString {
-  static void Store(ykstd_Archive& archive, const ykstd_AsciiString& value);
-  static void Load(ykstd_Archive& archive, ykstd_AsciiString& value);
-};
-
-// The object form of a handle. Typed handles load through the root handle and a DownCast, so an
-// object of another class loads as a null handle.
-struct YKSTD_EXPORT ykstd_FormObject {
-  static void Store(ykstd_Archive& archive, const Hnd_ykstd_Transient& value);
-  static void Load(ykstd_Archive& archive, Hnd_ykstd_Transient& value);
+  // A typed handle loads through the root handle and a DownCast: an object of another class comes
+  // back as a null handle.
   template <class H>
-  static void Load(ykstd_Archive& archive, H& value) {
+  static void Load(ykstd_Archive& archive, ykstd_FormObject form, H& value) {
     Hnd_ykstd_Transient loaded;
-    Load(archive, loaded);
+    Load(archive, form, loaded);
     value = H::DownCast(loaded);
   }
-};
-
-// Nothing per element: only the head is stored; loaded elements keep the value they were made with.
-struct ykstd_FormNone {
+  // Nothing per element: loaded elements keep the value they were made with.
   template <class T>
-  static void Store(ykstd_Archive&, const T&) {}
+  static void Store(ykstd_Archive&, ykstd_FormNone, const T&) {}
   template <class T>
-  static void Load(ykstd_Archive&, T&) {}
-};
-
-// The element's own stored form, by its Serialize (a sequence of sequences, a value class with a
-// Serialize of its own). Storing does not change the element.
-struct ykstd_FormNested {
+  static void Load(ykstd_Archive&, ykstd_FormNone, T&) {}
+  // A collection element, or a value class with a Serialize of its own. Storing changes nothing.
   template <class T>
-  static void Store(ykstd_Archive& archive, const T& value) {
+  static void Store(ykstd_Archive& archive, ykstd_FormNested, const T& value) {
     const_cast<T&>(value).Serialize(archive);
   }
   template <class T>
-  static void Load(ykstd_Archive& archive, T& value) {
+  static void Load(ykstd_Archive& archive, ykstd_FormNested, T& value) {
     value.Serialize(archive);
+  }
+
+  // Reads `count` elements of form Form one after the other and hands each to `take`; a count
+  // under 1 reads nothing.
+  template <class Form, class T, class Take>
+  static void LoadEach(ykstd_Archive& archive, std::int32_t count, Take&& take) {
+    for (std::int32_t k = 0; k < count; ++k) {
+      T value{};
+      Load(archive, Form{}, value);
+      take(value);
+    }
   }
 };

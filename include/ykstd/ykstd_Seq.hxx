@@ -7,8 +7,9 @@
 //   YKSTD_SEQUENCE(DimSeq, ykstd_Dim, ykstd_FormNested);        // ykstd_DimSeq + its node class
 // and in one source file:
 //   YKSTD_IMPLEMENT_SEQUENCE(DimSeq)                             // the node's descriptor
-// The third argument is the element's stored form (ykstd_CollectionStore.hxx); an element that is
-// itself a sequence, or a value class with its own Serialize, takes ykstd_FormNested.
+// The third argument is the element's stored form, a tag of ykstd_StoredForm.hxx or
+// ykstd_CollectionStore.hxx: a collection element, or a value class with a Serialize of its own,
+// takes ykstd_FormNested; a handle of any counted class takes ykstd_FormObject.
 #pragma once
 
 #include <cstdint>
@@ -83,14 +84,29 @@ class YKSTD_EXPORT ykstd_BaseSequence {
 
  protected:
   ykstd_BaseSequence() noexcept = default;
-  // Sequences are copied by Assign only.
+  // Sequences are copied by Assign only; a move hands the chain over whole.
   ykstd_BaseSequence(const ykstd_BaseSequence&);
+  ykstd_BaseSequence(ykstd_BaseSequence&& other) noexcept { TakeChain(other); }
   ykstd_BaseSequence& operator=(const ykstd_BaseSequence&) = delete;
+  // Gives this (empty) sequence the chain of `other`, remembered position included.
+  void TakeChain(ykstd_BaseSequence& other) noexcept;
 
   // The node at i, or null outside 1..Length(); leaves the remembered position alone.
   ykstd_SeqNode* Find(std::int32_t i) const;
-  // Find for a position known to be in range, remembering it.
-  ykstd_SeqNode* Reach(std::int32_t i) const;
+  // Find for a position known to be in range, remembering it. The neighbours of the remembered
+  // node are taken inline: that is every step of a scan.
+  ykstd_SeqNode* Reach(std::int32_t i) const {
+    ykstd_SeqNode* node = mCurrentItem;
+    if (node && i - 1 == mCurrentIndex)
+      node = node->Next();
+    else if (node && std::int64_t{i} + 1 == mCurrentIndex)
+      node = node->Previous();
+    else if (!node || i != mCurrentIndex)
+      node = Find(i);
+    mCurrentItem = node;
+    mCurrentIndex = i;
+    return node;
+  }
 
   void PAppend(ykstd_SeqNode* node);
   void PAppend(ykstd_BaseSequence& other);
@@ -130,8 +146,16 @@ class YKSTD_EXPORT ykstd_Sequence : public ykstd_BaseSequence {
 
   ykstd_Sequence() noexcept = default;
   ykstd_Sequence(const ykstd_Sequence& other) : ykstd_BaseSequence(other) {}
+  ykstd_Sequence(ykstd_Sequence&& other) noexcept : ykstd_BaseSequence(static_cast<ykstd_BaseSequence&&>(other)) {}
   ykstd_Sequence& operator=(const ykstd_Sequence& other) {
     Assign(static_cast<const Self&>(other));
+    return *this;
+  }
+  ykstd_Sequence& operator=(ykstd_Sequence&& other) noexcept {
+    if (&other != this) {
+      Clear();
+      TakeChain(other);
+    }
     return *this;
   }
   ~ykstd_Sequence() override { Clear(); }
@@ -194,15 +218,12 @@ class YKSTD_EXPORT ykstd_Sequence : public ykstd_BaseSequence {
   void Serialize(ykstd_Archive& archive) override {
     if (ykstd_CollectionStore::IsLoading(archive)) {
       Clear();
-      const std::int32_t count = ykstd_CollectionStore::LoadCount(archive);
-      for (std::int32_t k = 0; k < count; ++k) {
-        T value{};
-        Form::Load(archive, value);
-        Append(value);
-      }
+      ykstd_CollectionStore::LoadEach<Form, T>(archive, ykstd_CollectionStore::LoadCount(archive),
+                                               [this](const T& value) { Append(value); });
     } else {
       ykstd_CollectionStore::StoreCount(archive, mSize);
-      for (ykstd_SeqNode* node = mFirstItem; node; node = node->Next()) Form::Store(archive, AsNode(node)->Value());
+      for (ykstd_SeqNode* node = mFirstItem; node; node = node->Next())
+        ykstd_CollectionStore::Store(archive, Form{}, AsNode(node)->Value());
     }
   }
 

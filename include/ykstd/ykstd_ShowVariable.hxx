@@ -6,6 +6,7 @@
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Export.hxx>
+#include <ykstd/ykstd_List.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 
@@ -25,3 +26,5 @@ YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_Dim& value);
 YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_AsciiStringSeq& value);
 // The count and the numbers on one line.
 YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_IntSeq& value);
+// As the integer sequence, under the tag "[IntList]".
+YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_IntList& value);

@@ -41,9 +41,10 @@ struct RegistryState {
   std::set<const HKEY__*> open;
 };
 
-// Made at first use, so that it exists when the library's own load-time set-up reads the registry.
+// Made at first use, so that it exists when the library's own load-time set-up reads the registry,
+// and never destroyed, so that statics released at unload may still close keys.
 RegistryState& State() {
-  static RegistryState state;
+  static RegistryState& state = *new RegistryState;
   return state;
 }
 

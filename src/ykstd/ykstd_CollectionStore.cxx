@@ -14,13 +14,13 @@ std::int32_t ykstd_CollectionStore::LoadCount(ykstd_Archive&) { NoArchive(); }
 void ykstd_CollectionStore::StoreLong(ykstd_Archive&, std::int32_t) { NoArchive(); }
 std::int32_t ykstd_CollectionStore::LoadLong(ykstd_Archive&) { NoArchive(); }
 
-void ykstd_FormLong::Store(ykstd_Archive&, const std::int32_t&) { NoArchive(); }
-void ykstd_FormLong::Load(ykstd_Archive&, std::int32_t&) { NoArchive(); }
-void ykstd_FormByte::Store(ykstd_Archive&, const unsigned char&) { NoArchive(); }
-void ykstd_FormByte::Load(ykstd_Archive&, unsigned char&) { NoArchive(); }
-void ykstd_FormDouble::Store(ykstd_Archive&, const double&) { NoArchive(); }
-void ykstd_FormDouble::Load(ykstd_Archive&, double&) { NoArchive(); }
-void ykstd_FormString::Store(ykstd_Archive&, const ykstd_AsciiString&) { NoArchive(); }
-void ykstd_FormString::Load(ykstd_Archive&, ykstd_AsciiString&) { NoArchive(); }
-void ykstd_FormObject::Store(ykstd_Archive&, const Hnd_ykstd_Transient&) { NoArchive(); }
-void ykstd_FormObject::Load(ykstd_Archive&, Hnd_ykstd_Transient&) { NoArchive(); }
+void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormLong, const std::int32_t&) { NoArchive(); }
+void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormLong, std::int32_t&) { NoArchive(); }
+void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormByte, const unsigned char&) { NoArchive(); }
+void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormByte, unsigned char&) { NoArchive(); }
+void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormDouble, const double&) { NoArchive(); }
+void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormDouble, double&) { NoArchive(); }
+void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormString, const ykstd_AsciiString&) { NoArchive(); }
+void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormString, ykstd_AsciiString&) { NoArchive(); }
+void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormObject, const Hnd_ykstd_Transient&) { NoArchive(); }
+void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormObject, Hnd_ykstd_Transient&) { NoArchive(); }

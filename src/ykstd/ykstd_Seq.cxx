@@ -49,6 +49,15 @@ void ykstd_BaseSequence::Forget() noexcept {
   mCurrentIndex = mSize = 0;
 }
 
+void ykstd_BaseSequence::TakeChain(ykstd_BaseSequence& other) noexcept {
+  mFirstItem = other.mFirstItem;
+  mLastItem = other.mLastItem;
+  mCurrentItem = other.mCurrentItem;
+  mCurrentIndex = other.mCurrentIndex;
+  mSize = other.mSize;
+  other.Forget();
+}
+
 ykstd_SeqNode* ykstd_BaseSequence::Find(std::int32_t i) const {
   if (i < 1 || i > mSize) return nullptr;
   // Without a remembered node the walk starts from the nearer end, as from a position 0.
@@ -63,13 +72,6 @@ ykstd_SeqNode* ykstd_BaseSequence::Find(std::int32_t i) const {
   if (i >= (current + mSize) / 2) return WalkPrevious(mLastItem, std::int64_t{mSize} - i);
   if (current == 0) return WalkNext(mFirstItem, i - 1);
   return WalkNext(mCurrentItem, i - current);
-}
-
-ykstd_SeqNode* ykstd_BaseSequence::Reach(std::int32_t i) const {
-  ykstd_SeqNode* node = Find(i);
-  mCurrentItem = node;
-  mCurrentIndex = i;
-  return node;
 }
 
 void ykstd_BaseSequence::SpliceBack(ykstd_SeqNode* head, ykstd_SeqNode* tail, std::int32_t count) {

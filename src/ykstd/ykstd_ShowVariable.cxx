@@ -84,3 +84,14 @@ void ShowVariable(const char* name, const ykstd_IntSeq& value) {
   for (std::int32_t i = 1; i <= count; ++i) log << (i > 1 ? ", " : "") << value.Value(i);
   log << std::endl;
 }
+
+void ShowVariable(const char* name, const ykstd_IntList& value) {
+  std::ostream& log = Head("[IntList]: ", name);
+  log << value.Extent() << " int(s) :";
+  const char* separator = "";
+  for (ykstd_ListIteratorOfIntList it(value); it.More(); it.Next()) {
+    log << separator << it.Value();
+    separator = ", ";
+  }
+  log << std::endl;
+}

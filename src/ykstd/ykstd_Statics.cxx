@@ -2,13 +2,44 @@
 // C++ destroys them in the reverse order at unload, which is the order of release we want, so
 // keep them all in this one file and add new ones at their place in the sequence.
 
+#include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_ErrorHandler.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
-// 1. The add-in's ui module.
+namespace ykstd_detail {
+void LoadAddinModule(const char* format, HINSTANCE& module);
+}
+
+// Constant-initialised, so it is set before anything runs: the top rung of the hash maps' bucket
+// ladder, which tests may lower.
+std::int32_t ykstd_BasicMap::mLadderTop = 100019;
+
+// The resource module, loaded by the sessions; constant-initialised, so it is null before anything
+// here runs.
+HINSTANCE theCatResDllInst = nullptr;
+
+// 1. The add-in's ui module: looked up in the add-in's folder now, freed last at unload.
+HINSTANCE theResDLLInst = nullptr;
+namespace {
+struct UiModule {
+  UiModule() {
+    theResDLLInst = nullptr;
+#if defined(_WIN32)
+    ykstd_detail::LoadAddinModule("%sykui.dll", theResDLLInst);
+#else
+    ykstd_detail::LoadAddinModule("%sykui.so", theResDLLInst);
+#endif
+  }
+  ~UiModule() {
+    if (theResDLLInst) FreeLibrary(theResDLLInst);
+    theResDLLInst = nullptr;
+  }
+} uiModule;
+}  // namespace
 
 // 2. The log streams, unopened until the first trace opens the log.
 bool ykstd_Debug::mIsOn = true;
@@ -21,9 +52,13 @@ std::int64_t ykstd_Timer::mFrequency = 10000000;
 bool ykstd_Timer::mInitFrequency = true;
 bool ykstd_Timer::mPerfCounterInstalled = false;
 
-// 3-5. Statistics, call stack and profile name of the debug log.
+// 3. ykstd_Debug::mStats: the statistics table of the debug log.
 std::map<std::string, std::unique_ptr<ykstd_DebugStat>> ykstd_Debug::mStats;
+
+// 4. ykstd_Debug::mCallStack: the call trace of the debug log.
 std::vector<std::string> ykstd_Debug::mCallStack;
+
+// 5. ykstd_Debug::mPrfName: the profile file's name.
 std::string ykstd_Debug::mPrfName;
 
 // 6. The error handler.
