@@ -7,8 +7,10 @@
 #include <ykstd/platform/Module.hxx>
 #include <ykstd/platform/Nls.hxx>
 #include <ykstd/platform/OleAuto.hxx>
+#include <ykstd/platform/Process.hxx>
 #include <ykstd/platform/Registry.hxx>
 #include <ykstd/platform/Storage.hxx>
+#include <ykstd/platform/SysException.hxx>
 #include <ykstd/platform/Unknown.hxx>
 #include <ykstd/platform/WinError.hxx>
 #include <ykstd/platform/WinTypes.hxx>
@@ -20,6 +22,7 @@
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Enum.hxx>
+#include <ykstd/ykstd_ErrorHandler.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
@@ -31,8 +34,10 @@
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>
+#include <ykstd/ykstd_ShowVariable.hxx>
 #include <ykstd/ykstd_StoredForm.hxx>
 #include <ykstd/ykstd_TShared.hxx>
+#include <ykstd/ykstd_Timer.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 #include <ykstd/ykstd_Type.hxx>
 #include <ykstd/ykstd_VarArg.hxx>
