@@ -138,6 +138,20 @@ TEST_F(RegistryTest, WritesTheExportFormAndReadsItBackIdentically) {
   EXPECT_FALSE(FileExists(hives_.MachineHive()));
 }
 
+TEST_F(RegistryTest, AWriteKeepsTheCommentsOfAHandWrittenFile) {
+  WriteFileBytes(hives_.UserHive(),
+                 "Windows Registry Editor Version 5.00\n; about this file\n\n; the add-in\n[HKEY_CURRENT_USER\\A]\n"
+                 "; how many\n\"Count\"=dword:00000001\n\"Name\"=\"x\"\n; the end\n");
+  HKEY key = Create(HKEY_CURRENT_USER, "A");
+  EXPECT_EQ(Set(key, "New", REG_SZ, "y"), ERROR_SUCCESS);
+  EXPECT_EQ(Set(key, "count", REG_DWORD, std::string("\2\0\0\0", 4)), ERROR_SUCCESS);
+  RegCloseKey(key);
+  EXPECT_EQ(ReadFileBytes(hives_.UserHive()), kHeader +
+                                                  "; about this file\r\n; the add-in\r\n[HKEY_CURRENT_USER\\A]\r\n"
+                                                  "; how many\r\n\"Count\"=dword:00000002\r\n\"Name\"=\"x\"\r\n"
+                                                  "\"New\"=\"y\"\r\n\r\n; the end\r\n");
+}
+
 TEST_F(RegistryTest, SettingNeedsAnExistingKeyAndTheRight) {
   HKEY key = nullptr;
   EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Missing", 0, KEY_ALL_ACCESS, &key), ERROR_FILE_NOT_FOUND);
