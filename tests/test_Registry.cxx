@@ -313,15 +313,26 @@ TEST_F(RegistryTest, ConcurrentWritersOfTwoProcessesKeepEveryValue) {
     }
 }
 
-TEST_F(RegistryTest, AnUnwritableHiveRefusesWriteAccess) {
-  if (geteuid() == 0) GTEST_SKIP() << "file rights do not bind root";
-  RegCloseKey(Create(HKEY_LOCAL_MACHINE, "K"));
-  ASSERT_EQ(chmod(hives_.MachineFolder().c_str(), 0555), 0);
+TEST_F(RegistryTest, AHiveThatCannotBeWrittenFailsInOrder) {
+  // The machine folder lies below a plain file, so neither the folder nor its files can be made.
+  WriteFileBytes(hives_.Root() + "/plain", "x");
+  ykstd_platform::SetRegistryFolders(hives_.UserFolder().c_str(), (hives_.Root() + "/plain/machine").c_str());
   HKEY key = nullptr;
-  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "K", 0, KEY_ALL_ACCESS, &key), ERROR_ACCESS_DENIED);
-  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "K", 0, KEY_READ, &key), ERROR_SUCCESS);
+  EXPECT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, "K", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+            ERROR_CANTWRITE);
+  EXPECT_EQ(key, nullptr);
+  ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_ALL_ACCESS, &key), ERROR_SUCCESS);
+  EXPECT_EQ(Set(key, "v", REG_SZ, "x"), ERROR_CANTWRITE);
   RegCloseKey(key);
-  chmod(hives_.MachineFolder().c_str(), 0755);
+  EXPECT_EQ(ReadFileBytes(hives_.Root() + "/plain"), "x");
+  if (geteuid() != 0) {  // file rights do not bind root
+    RegCloseKey(Create(HKEY_CURRENT_USER, "K"));
+    ASSERT_EQ(chmod(hives_.UserFolder().c_str(), 0555), 0);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "K", 0, KEY_ALL_ACCESS, &key), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "K", 0, KEY_READ, &key), ERROR_SUCCESS);
+    RegCloseKey(key);
+    chmod(hives_.UserFolder().c_str(), 0755);
+  }
 }
 
 }  // namespace
