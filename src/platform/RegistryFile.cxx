@@ -163,6 +163,12 @@ std::string DecodeUtf16(std::string_view bytes, bool littleEndian) {
   return out;
 }
 
+std::string Lowered(std::string_view s) {
+  std::string lower(s);
+  for (char& c : lower) c = Lower(c);
+  return lower;
+}
+
 bool StartsWithName(std::string_view path, std::string_view prefix) {
   return path.size() >= prefix.size() && SameName(path.substr(0, prefix.size()), prefix);
 }
@@ -214,6 +220,7 @@ std::string DecodeHiveText(std::string_view bytes) {
 
 void RegHive::Parse(std::string_view text) {
   keys_.clear();
+  Reindex();
   trailing_.clear();
   damaged_ = false;
   bool seenHeader = false;
@@ -267,6 +274,7 @@ bool RegHive::ParseSection(std::string_view line, int& current, std::vector<std:
   if (!ValidKeyPath(path)) return false;
   if (remove) {
     std::erase_if(keys_, [&](const RegKey& key) { return AtOrBelow(key.path, path); });
+    Reindex();
     current = -1;
     return true;
   }
@@ -371,13 +379,13 @@ std::string RegHive::Serialize() const {
 
 bool RegHive::KeyExists(std::string_view path) const {
   if (path.empty()) return true;
-  return std::any_of(keys_.begin(), keys_.end(), [&](const RegKey& key) { return AtOrBelow(key.path, path); });
+  const std::string lower = Lowered(path);
+  return index_.contains(lower) || above_.contains(lower);
 }
 
 const RegKey* RegHive::FindKey(std::string_view path) const {
-  for (const RegKey& key : keys_)
-    if (SameName(key.path, path)) return &key;
-  return nullptr;
+  const auto found = index_.find(Lowered(path));
+  return found == index_.end() ? nullptr : &keys_[found->second];
 }
 
 RegKey* RegHive::FindKey(std::string_view path) { return const_cast<RegKey*>(std::as_const(*this).FindKey(path)); }
@@ -385,7 +393,21 @@ RegKey* RegHive::FindKey(std::string_view path) { return const_cast<RegKey*>(std
 RegKey& RegHive::MakeKey(std::string_view path) {
   if (RegKey* found = FindKey(path)) return *found;
   keys_.push_back(RegKey{std::string(path), {}, {}});
+  IndexKey(keys_.size() - 1);
   return keys_.back();
+}
+
+void RegHive::Reindex() {
+  index_.clear();
+  above_.clear();
+  for (std::size_t i = 0; i < keys_.size(); ++i) IndexKey(i);
+}
+
+void RegHive::IndexKey(std::size_t position) {
+  const std::string lower = Lowered(keys_[position].path);
+  index_.emplace(lower, position);
+  for (std::size_t slash = lower.find('\\'); slash != std::string::npos; slash = lower.find('\\', slash + 1))
+    above_.insert(lower.substr(0, slash));
 }
 
 const RegValue* RegHive::FindValue(const RegKey& key, std::string_view name) {

@@ -3,6 +3,8 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include <ykstd/platform/WinTypes.hxx>
@@ -55,7 +57,14 @@ class RegHive {
   bool ParseValue(std::string_view line, RegKey* current, std::vector<std::string>& comments);
 
   std::string rootName_;
+  void Reindex();
+  void IndexKey(std::size_t position);
+
   std::vector<RegKey> keys_;
+  // By lower-case path: the sections, and every key above a section, so that large exports parse
+  // and answer in linear time.
+  std::unordered_map<std::string, std::size_t> index_;
+  std::unordered_set<std::string> above_;
   std::vector<std::string> trailing_;  // comments behind the last section or value
   bool damaged_ = false;
 };

@@ -32,7 +32,12 @@ std::string HexList(const std::string& bytes) {
 
 // A value in the form of a hive file's line: "text", dword:0000002a, hex:01,02 or hex(N):...
 std::string Shown(DWORD type, const std::string& data) {
-  if (type == REG_SZ && !data.empty() && data.back() == '\0') return "\"" + data.substr(0, data.size() - 1) + "\"";
+  if (type == REG_SZ && !data.empty() && data.back() == '\0') {
+    std::string text(1, '"');
+    text.append(data, 0, data.size() - 1);
+    text.push_back('"');
+    return text;
+  }
   char text[24];
   if (type == REG_DWORD && data.size() == 4) {
     const auto* b = reinterpret_cast<const unsigned char*>(data.data());
