@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -282,6 +283,13 @@ TEST_F(RegistryTest, ClassesComeFromTheUserBeforeTheMachine) {
   EXPECT_EQ(ykstd_platform::RegistryHivePath(HKEY_CURRENT_USER), hives_.UserHive());
 }
 
+// The name and text of the i-th value that a writer process sets.
+std::string WriterValue(int process, int i) {
+  char text[32];
+  std::snprintf(text, sizeof text, "p%d_%d", process, i);
+  return text;
+}
+
 TEST_F(RegistryTest, ConcurrentWritersOfTwoProcessesKeepEveryValue) {
   RegCloseKey(Create(HKEY_CURRENT_USER, "Shared"));
   constexpr int kWrites = 40;
@@ -293,7 +301,7 @@ TEST_F(RegistryTest, ConcurrentWritersOfTwoProcessesKeepEveryValue) {
       HKEY key = nullptr;
       int failures = RegOpenKeyExA(HKEY_CURRENT_USER, "Shared", 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS;
       for (int i = 0; i < kWrites; ++i) {
-        const std::string name = "p" + std::to_string(process) + "_" + std::to_string(i);
+        const std::string name = WriterValue(process, i);
         failures += Set(key, name.c_str(), REG_SZ, name) != ERROR_SUCCESS;
       }
       RegCloseKey(key);
@@ -308,7 +316,7 @@ TEST_F(RegistryTest, ConcurrentWritersOfTwoProcessesKeepEveryValue) {
   }
   for (int process = 0; process < 2; ++process)
     for (int i = 0; i < kWrites; ++i) {
-      const std::string name = "p" + std::to_string(process) + "_" + std::to_string(i);
+      const std::string name = WriterValue(process, i);
       EXPECT_EQ(Query(HKEY_CURRENT_USER, "Shared", name.c_str()), "1:" + name + std::string(1, '\0'));
     }
 }
