@@ -21,4 +21,11 @@ enum Unit : unsigned char {
 
 enum DimType { DimAngle = 0, DimLength = 1, DimThread = 2, DimArea = 3, DimAny = 4 };
 
+// Order of the parts of a date's text. A whole int underneath, so that any number passed in is a
+// value of the type (numbers beyond the last give an empty text).
+enum DateFormat : int { DateDMY = 0, DateMDY = 1, DateYMD = 2 };
+
+// How a date's month is written: as a number; every other value stands for the month's name.
+enum MonthFormat : int { MonthNumber = 0, MonthText = 1 };
+
 }  // namespace ykenum

@@ -5,11 +5,17 @@
 #include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Map.hxx>
+#include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
 namespace ykstd_detail {
 void LoadAddinModule(const char* format, HINSTANCE& module);
 }
+
+// Constant-initialised, so it is set before anything runs: the top rung of the hash maps' bucket
+// ladder, which tests may lower.
+std::int32_t ykstd_BasicMap::mLadderTop = 100019;
 
 // The resource module, loaded by the sessions; constant-initialised, so it is null before anything
 // here runs.
@@ -58,7 +64,7 @@ Hnd_ykstd_fail_NullObject emergencyFailure(
 // The handles of the last failure, schema, session and version mapper: null until used, released
 // at unload in the reverse order (mapper first).
 Hnd_ykstd_fail_Failure lastFailure;
-// (the current schema comes here)
+Hnd_ykstd_Schema currentSchema;
 Hnd_ykstd_Session currentSession;
 Hnd_ykstd_VersionMapper currentMapper;
 }  // namespace
@@ -66,6 +72,7 @@ Hnd_ykstd_VersionMapper currentMapper;
 namespace ykstd_detail {
 Hnd_ykstd_fail_Failure& LastFailureHandle() { return lastFailure; }
 const Hnd_ykstd_fail_NullObject& EmergencyFailure() { return emergencyFailure; }
+Hnd_ykstd_Schema& CurrentSchemaHandle() { return currentSchema; }
 Hnd_ykstd_Session& CurrentSessionHandle() { return currentSession; }
 Hnd_ykstd_VersionMapper& CurrentMapperHandle() { return currentMapper; }
 }  // namespace ykstd_detail
