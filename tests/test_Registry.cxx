@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -138,6 +139,20 @@ TEST_F(RegistryTest, WritesTheExportFormAndReadsItBackIdentically) {
   EXPECT_FALSE(FileExists(hives_.MachineHive()));
 }
 
+TEST_F(RegistryTest, AWriteKeepsTheCommentsOfAHandWrittenFile) {
+  WriteFileBytes(hives_.UserHive(),
+                 "Windows Registry Editor Version 5.00\n; about this file\n\n; the add-in\n[HKEY_CURRENT_USER\\A]\n"
+                 "; how many\n\"Count\"=dword:00000001\n\"Name\"=\"x\"\n; the end\n");
+  HKEY key = Create(HKEY_CURRENT_USER, "A");
+  EXPECT_EQ(Set(key, "New", REG_SZ, "y"), ERROR_SUCCESS);
+  EXPECT_EQ(Set(key, "count", REG_DWORD, std::string("\2\0\0\0", 4)), ERROR_SUCCESS);
+  RegCloseKey(key);
+  EXPECT_EQ(ReadFileBytes(hives_.UserHive()), kHeader +
+                                                  "; about this file\r\n; the add-in\r\n[HKEY_CURRENT_USER\\A]\r\n"
+                                                  "; how many\r\n\"Count\"=dword:00000002\r\n\"Name\"=\"x\"\r\n"
+                                                  "\"New\"=\"y\"\r\n\r\n; the end\r\n");
+}
+
 TEST_F(RegistryTest, SettingNeedsAnExistingKeyAndTheRight) {
   HKEY key = nullptr;
   EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Missing", 0, KEY_ALL_ACCESS, &key), ERROR_FILE_NOT_FOUND);
@@ -268,6 +283,13 @@ TEST_F(RegistryTest, ClassesComeFromTheUserBeforeTheMachine) {
   EXPECT_EQ(ykstd_platform::RegistryHivePath(HKEY_CURRENT_USER), hives_.UserHive());
 }
 
+// The name and text of the i-th value that a writer process sets.
+std::string WriterValue(int process, int i) {
+  char text[32];
+  std::snprintf(text, sizeof text, "p%d_%d", process, i);
+  return text;
+}
+
 TEST_F(RegistryTest, ConcurrentWritersOfTwoProcessesKeepEveryValue) {
   RegCloseKey(Create(HKEY_CURRENT_USER, "Shared"));
   constexpr int kWrites = 40;
@@ -279,7 +301,7 @@ TEST_F(RegistryTest, ConcurrentWritersOfTwoProcessesKeepEveryValue) {
       HKEY key = nullptr;
       int failures = RegOpenKeyExA(HKEY_CURRENT_USER, "Shared", 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS;
       for (int i = 0; i < kWrites; ++i) {
-        const std::string name = "p" + std::to_string(process) + "_" + std::to_string(i);
+        const std::string name = WriterValue(process, i);
         failures += Set(key, name.c_str(), REG_SZ, name) != ERROR_SUCCESS;
       }
       RegCloseKey(key);
@@ -294,20 +316,31 @@ TEST_F(RegistryTest, ConcurrentWritersOfTwoProcessesKeepEveryValue) {
   }
   for (int process = 0; process < 2; ++process)
     for (int i = 0; i < kWrites; ++i) {
-      const std::string name = "p" + std::to_string(process) + "_" + std::to_string(i);
+      const std::string name = WriterValue(process, i);
       EXPECT_EQ(Query(HKEY_CURRENT_USER, "Shared", name.c_str()), "1:" + name + std::string(1, '\0'));
     }
 }
 
-TEST_F(RegistryTest, AnUnwritableHiveRefusesWriteAccess) {
-  if (geteuid() == 0) GTEST_SKIP() << "file rights do not bind root";
-  RegCloseKey(Create(HKEY_LOCAL_MACHINE, "K"));
-  ASSERT_EQ(chmod(hives_.MachineFolder().c_str(), 0555), 0);
+TEST_F(RegistryTest, AHiveThatCannotBeWrittenFailsInOrder) {
+  // The machine folder lies below a plain file, so neither the folder nor its files can be made.
+  WriteFileBytes(hives_.Root() + "/plain", "x");
+  ykstd_platform::SetRegistryFolders(hives_.UserFolder().c_str(), (hives_.Root() + "/plain/machine").c_str());
   HKEY key = nullptr;
-  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "K", 0, KEY_ALL_ACCESS, &key), ERROR_ACCESS_DENIED);
-  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "K", 0, KEY_READ, &key), ERROR_SUCCESS);
+  EXPECT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, "K", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+            ERROR_CANTWRITE);
+  EXPECT_EQ(key, nullptr);
+  ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_ALL_ACCESS, &key), ERROR_SUCCESS);
+  EXPECT_EQ(Set(key, "v", REG_SZ, "x"), ERROR_CANTWRITE);
   RegCloseKey(key);
-  chmod(hives_.MachineFolder().c_str(), 0755);
+  EXPECT_EQ(ReadFileBytes(hives_.Root() + "/plain"), "x");
+  if (geteuid() != 0) {  // file rights do not bind root
+    RegCloseKey(Create(HKEY_CURRENT_USER, "K"));
+    ASSERT_EQ(chmod(hives_.UserFolder().c_str(), 0555), 0);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "K", 0, KEY_ALL_ACCESS, &key), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "K", 0, KEY_READ, &key), ERROR_SUCCESS);
+    RegCloseKey(key);
+    chmod(hives_.UserFolder().c_str(), 0755);
+  }
 }
 
 }  // namespace

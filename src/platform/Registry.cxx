@@ -222,6 +222,13 @@ LONG ReplaceFile(const std::string& path, const std::string& bytes) {
     ::unlink(temporary.c_str());
     return ERROR_CANTWRITE;
   }
+  // The rename itself lasts once the folder is flushed too.
+  const std::size_t slash = path.rfind('/');
+  const int folder = ::open(slash == std::string::npos ? "." : path.substr(0, slash + 1).c_str(), O_RDONLY | O_CLOEXEC);
+  if (folder >= 0) {
+    ::fsync(folder);
+    ::close(folder);
+  }
   return ERROR_SUCCESS;
 }
 

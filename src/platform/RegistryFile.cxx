@@ -163,6 +163,12 @@ std::string DecodeUtf16(std::string_view bytes, bool littleEndian) {
   return out;
 }
 
+std::string Lowered(std::string_view s) {
+  std::string lower(s);
+  for (char& c : lower) c = Lower(c);
+  return lower;
+}
+
 bool StartsWithName(std::string_view path, std::string_view prefix) {
   return path.size() >= prefix.size() && SameName(path.substr(0, prefix.size()), prefix);
 }
@@ -214,23 +220,30 @@ std::string DecodeHiveText(std::string_view bytes) {
 
 void RegHive::Parse(std::string_view text) {
   keys_.clear();
+  Reindex();
+  trailing_.clear();
   damaged_ = false;
   bool seenHeader = false;
-  int current = -1;  // index of the section the values go to; -1 before any
+  int current = -1;                   // index of the section the values go to; -1 before any
+  std::vector<std::string> comments;  // waiting for the next section or value
   std::size_t pos = 0;
   while (pos < text.size()) {
     std::size_t end = text.find('\n', pos);
     if (end == std::string_view::npos) end = text.size();
     std::string_view raw = Trim(text.substr(pos, end - pos));
     pos = end + 1;
-    if (raw.empty() || raw.front() == ';') continue;
+    if (raw.empty()) continue;
+    if (raw.front() == ';') {
+      comments.emplace_back(raw);
+      continue;
+    }
     if (!seenHeader) {
       seenHeader = true;
       if (raw == kHeader5 || raw == kHeader4) continue;
       damaged_ = true;
     }
     if (raw.front() == '[') {
-      if (!ParseSection(raw, current)) {
+      if (!ParseSection(raw, current, comments)) {
         damaged_ = true;
         current = -1;
       }
@@ -245,11 +258,12 @@ void RegHive::Parse(std::string_view text) {
       joined += Trim(text.substr(pos, end - pos));
       pos = end + 1;
     }
-    if (current < 0 || !ParseValue(joined, &keys_[static_cast<std::size_t>(current)])) damaged_ = true;
+    if (current < 0 || !ParseValue(joined, &keys_[static_cast<std::size_t>(current)], comments)) damaged_ = true;
   }
+  trailing_ = std::move(comments);
 }
 
-bool RegHive::ParseSection(std::string_view line, int& current) {
+bool RegHive::ParseSection(std::string_view line, int& current, std::vector<std::string>& comments) {
   if (line.size() < 2 || line.back() != ']') return false;
   std::string_view inner = line.substr(1, line.size() - 2);
   const bool remove = !inner.empty() && inner.front() == '-';
@@ -260,16 +274,18 @@ bool RegHive::ParseSection(std::string_view line, int& current) {
   if (!ValidKeyPath(path)) return false;
   if (remove) {
     std::erase_if(keys_, [&](const RegKey& key) { return AtOrBelow(key.path, path); });
+    Reindex();
     current = -1;
     return true;
   }
-  MakeKey(path);
-  for (std::size_t i = 0; i < keys_.size(); ++i)
-    if (SameName(keys_[i].path, path)) current = static_cast<int>(i);
+  RegKey& key = MakeKey(path);
+  key.comments.insert(key.comments.end(), comments.begin(), comments.end());
+  comments.clear();
+  current = static_cast<int>(&key - keys_.data());
   return true;
 }
 
-bool RegHive::ParseValue(std::string_view line, RegKey* current) {
+bool RegHive::ParseValue(std::string_view line, RegKey* current, std::vector<std::string>& comments) {
   std::string name;
   std::string_view rest;
   if (line.front() == '@') {
@@ -306,14 +322,20 @@ bool RegHive::ParseValue(std::string_view line, RegKey* current) {
   } else {
     return false;
   }
-  SetValue(*current, name, type, std::move(data));
+  std::vector<std::string>& kept = SetValue(*current, name, type, std::move(data)).comments;
+  kept.insert(kept.end(), comments.begin(), comments.end());
+  comments.clear();
   return true;
 }
 
 std::string RegHive::Serialize() const {
   std::string out(kHeader5);
   out += "\r\n\r\n";
+  auto comment = [&out](const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) out += line + "\r\n";
+  };
   for (const RegKey& key : keys_) {
+    comment(key.comments);
     out += '[';
     out += rootName_;
     if (!key.path.empty()) {
@@ -322,6 +344,7 @@ std::string RegHive::Serialize() const {
     }
     out += "]\r\n";
     for (const RegValue& value : key.values) {
+      comment(value.comments);
       if (value.name.empty())
         out += '@';
       else
@@ -350,26 +373,41 @@ std::string RegHive::Serialize() const {
     }
     out += "\r\n";
   }
+  comment(trailing_);
   return out;
 }
 
 bool RegHive::KeyExists(std::string_view path) const {
   if (path.empty()) return true;
-  return std::any_of(keys_.begin(), keys_.end(), [&](const RegKey& key) { return AtOrBelow(key.path, path); });
+  const std::string lower = Lowered(path);
+  return index_.contains(lower) || above_.contains(lower);
 }
 
 const RegKey* RegHive::FindKey(std::string_view path) const {
-  for (const RegKey& key : keys_)
-    if (SameName(key.path, path)) return &key;
-  return nullptr;
+  const auto found = index_.find(Lowered(path));
+  return found == index_.end() ? nullptr : &keys_[found->second];
 }
 
 RegKey* RegHive::FindKey(std::string_view path) { return const_cast<RegKey*>(std::as_const(*this).FindKey(path)); }
 
 RegKey& RegHive::MakeKey(std::string_view path) {
   if (RegKey* found = FindKey(path)) return *found;
-  keys_.push_back(RegKey{std::string(path), {}});
+  keys_.push_back(RegKey{std::string(path), {}, {}});
+  IndexKey(keys_.size() - 1);
   return keys_.back();
+}
+
+void RegHive::Reindex() {
+  index_.clear();
+  above_.clear();
+  for (std::size_t i = 0; i < keys_.size(); ++i) IndexKey(i);
+}
+
+void RegHive::IndexKey(std::size_t position) {
+  const std::string lower = Lowered(keys_[position].path);
+  index_.emplace(lower, position);
+  for (std::size_t slash = lower.find('\\'); slash != std::string::npos; slash = lower.find('\\', slash + 1))
+    above_.insert(lower.substr(0, slash));
 }
 
 const RegValue* RegHive::FindValue(const RegKey& key, std::string_view name) {
@@ -378,15 +416,16 @@ const RegValue* RegHive::FindValue(const RegKey& key, std::string_view name) {
   return nullptr;
 }
 
-void RegHive::SetValue(RegKey& key, std::string_view name, DWORD type, std::string data) {
+RegValue& RegHive::SetValue(RegKey& key, std::string_view name, DWORD type, std::string data) {
   for (RegValue& value : key.values) {
     if (SameName(value.name, name)) {
       value.type = type;
       value.data = std::move(data);
-      return;
+      return value;
     }
   }
-  key.values.push_back(RegValue{std::string(name), type, std::move(data)});
+  key.values.push_back(RegValue{std::string(name), type, std::move(data), {}});
+  return key.values.back();
 }
 
 bool RegHive::DeleteValue(RegKey& key, std::string_view name) {

@@ -3,21 +3,27 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include <ykstd/platform/WinTypes.hxx>
 
 namespace ykstd_detail {
 
+// Comment lines of a hand-written file stay with the section or value they stand before, so that
+// a write keeps them.
 struct RegValue {
   std::string name;  // empty for the default value
   DWORD type = 0;
   std::string data;  // the stored bytes
+  std::vector<std::string> comments;
 };
 
 struct RegKey {
   std::string path;  // below the root, components split by '\', as first written
   std::vector<RegValue> values;
+  std::vector<std::string> comments;
 };
 
 class RegHive {
@@ -41,17 +47,25 @@ class RegHive {
   RegKey& MakeKey(std::string_view path);
 
   static const RegValue* FindValue(const RegKey& key, std::string_view name);
-  static void SetValue(RegKey& key, std::string_view name, DWORD type, std::string data);
+  static RegValue& SetValue(RegKey& key, std::string_view name, DWORD type, std::string data);
   static bool DeleteValue(RegKey& key, std::string_view name);
 
   const std::vector<RegKey>& Keys() const { return keys_; }
 
  private:
-  bool ParseSection(std::string_view line, int& current);
-  bool ParseValue(std::string_view line, RegKey* current);
+  bool ParseSection(std::string_view line, int& current, std::vector<std::string>& comments);
+  bool ParseValue(std::string_view line, RegKey* current, std::vector<std::string>& comments);
 
   std::string rootName_;
+  void Reindex();
+  void IndexKey(std::size_t position);
+
   std::vector<RegKey> keys_;
+  // By lower-case path: the sections, and every key above a section, so that large exports parse
+  // and answer in linear time.
+  std::unordered_map<std::string, std::size_t> index_;
+  std::unordered_set<std::string> above_;
+  std::vector<std::string> trailing_;  // comments behind the last section or value
   bool damaged_ = false;
 };
 

@@ -8,9 +8,9 @@
 #include <istream>
 #include <ostream>
 
+#include <ykstd/platform/CString.hxx>
 #include <ykstd/platform/Nls.hxx>
 #include <ykstd/platform/OleAuto.hxx>
-#include <ykstd/platform/CString.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 

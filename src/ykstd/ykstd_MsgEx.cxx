@@ -1,5 +1,3 @@
-#include <cstdio>
-
 #include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
@@ -7,11 +5,7 @@ namespace ykstd_MsgEx {
 
 ykstd_AsciiString Get(std::int32_t id) {
   ykstd_AsciiString text;
-  if (!text.LoadAsciiString(theCatResDllInst, static_cast<unsigned int>(id))) {
-    char digits[16];
-    std::snprintf(digits, sizeof digits, "%ld", static_cast<long>(id));
-    text = ykstd_AsciiString(digits);
-  }
+  if (!text.LoadAsciiString(theCatResDllInst, static_cast<unsigned int>(id))) text = ykstd_AsciiString(id);
   return text;
 }
 

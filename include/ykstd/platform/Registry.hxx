@@ -23,7 +23,9 @@
 // change, write a temporary file, flush it and rename it over the hive, so readers see either the
 // old or the new file and concurrent writers of other processes keep each other's values. A hive
 // with a line that cannot be parsed is never rewritten: the write fails with
-// ERROR_REGISTRY_CORRUPT. A written hive is in UTF-8 with CRLF line ends and holds no comments.
+// ERROR_REGISTRY_CORRUPT. A written hive is in UTF-8 with CRLF line ends; its comments stay before
+// the section or value they stood before. Data of hex(2) and hex(7) values is passed on as stored
+// (a Windows export holds it in UTF-16).
 #pragma once
 
 #include <string>
