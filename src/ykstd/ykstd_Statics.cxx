@@ -5,12 +5,17 @@
 #include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
 namespace ykstd_detail {
 void LoadAddinModule(const char* format, HINSTANCE& module);
 }
+
+// Constant-initialised, so it is set before anything runs: the top rung of the hash maps' bucket
+// ladder, which tests may lower.
+std::int32_t ykstd_BasicMap::mLadderTop = 100019;
 
 // The resource module, loaded by the sessions; constant-initialised, so it is null before anything
 // here runs.
