@@ -238,6 +238,8 @@ void ykstd_Archive::Abort() {
   maps->DropClassMap();
   maps->toStore.Clear();
   maps->toStoreKept.clear();
+  objNeedUsrs.Clear();
+  fileNames.Clear();
 }
 
 void ykstd_Archive::Flush() {
@@ -583,6 +585,16 @@ Hnd_ykstd_Transient ykstd_Archive::ReadTransient() {
   const std::deque<Hnd_ykstd_Transient>& objects = Maps().objects;
   if (tag < 0 || static_cast<std::size_t>(tag) >= objects.size()) ykstd_fail_NoSuchObject::Raise("ykstd_DataMap::Find");
   return objects[static_cast<std::size_t>(tag)];
+}
+
+void ykstd_Archive::AddObj(const Hnd_ykstd_Transient& object) {
+  if (!object.IsNull()) objNeedUsrs.Append(object);
+}
+
+void ykstd_Archive::AddFileName(const ykstd_AsciiString& name) {
+  for (std::int32_t i = 1; i <= fileNames.Length(); ++i)
+    if (fileNames.Value(i).IsEqual(name)) return;
+  fileNames.Append(name);
 }
 
 void ykstd_Archive::AddObjToStore(const Hnd_ykstd_Transient& object) {
