@@ -6,46 +6,28 @@
 
 #include <ykstd/ykstd.hxx>
 
+#include "ArchiveLeaf.hxx"
 #include "Corpus.hxx"
 #include "MemStorage.hxx"
 #include "TestSession.hxx"
+#include "ykstd_TestRaised.hxx"
 
 using Bytes = std::vector<unsigned char>;
 
+namespace ykstd_test {
+YKSTD_IMPLEMENT_TYPE_NAMED(test_Leaf, ykstd_TShared, "X")
+}
+
 namespace {
 
-YKSTD_HANDLE(form_Leaf, ykstd_TShared);
-// Stored under the name X; its body is the one byte 7.
-class form_Leaf : public ykstd_TShared {
- public:
-  void Serialize(ykstd_Archive& ar) override {
-    unsigned char seven = 7;
-    if (ar.IsStoring())
-      ar << seven;
-    else
-      ar >> seven;
-  }
-  YKSTD_DECLARE_TYPE(form_Leaf);
-};
-YKSTD_IMPLEMENT_TYPE_NAMED(form_Leaf, ykstd_TShared, "X")
-
-std::string Raised(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (Hnd_ykstd_fail_Failure& failure) {
-    std::string message = failure->Message().Text();
-    failure->Remove();
-    return message;
-  }
-  return "<nothing raised>";
-}
+using ykstd_test::test_Leaf;
 
 class StoredFormTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ykstd_Debug::SwitchOn(false);
     session = new ykstd_test::TestSession;
-    session->factories["X"] = [] { return Hnd_ykstd_Transient(new form_Leaf); };
+    session->factories["X"] = [] { return Hnd_ykstd_Transient(new test_Leaf); };
   }
   void TearDown() override { ykstd_Session::CurSession()->Destroy(); }
 
@@ -69,7 +51,7 @@ class StoredFormTest : public ::testing::Test {
 };
 
 TEST_F(StoredFormTest, TransientSequenceOfObjectSameObjectAndNull) {
-  Hnd_ykstd_Transient x = new form_Leaf;
+  Hnd_ykstd_Transient x = new test_Leaf;
   ykstd_TransientSeq seq;
   seq.Append(x);
   seq.Append(x);
@@ -129,17 +111,17 @@ TEST_F(StoredFormTest, CountsThatTheStreamCannotBackFailWithoutBuildingThem) {
   // 2^31 - 1 doubles announced, 8 present: the data runs out.
   Load(Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F}, [](ykstd_Archive& ar) {
     ykstd_RealSeq r;
-    EXPECT_EQ(Raised([&] { ar >> r; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
+    EXPECT_EQ(RaisedMessage([&] { ar >> r; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
   });
   // Array bounds of 2^31 - 1 elements: no storage is asked for before the data ends.
   Load(Bytes{0, 0, 0, 0, 0xFE, 0xFF, 0xFF, 0x7F, 1, 0, 0, 0}, [](ykstd_Archive& ar) {
     ykstd_IntArr1 a(1, 1);
-    EXPECT_EQ(Raised([&] { ar >> a; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
+    EXPECT_EQ(RaisedMessage([&] { ar >> a; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
   });
   // Elements without stored bytes are bounded by their count alone.
   Load(Bytes{0xFF, 0xFF, 0x01, 0x00, 0x10, 0x00}, [](ykstd_Archive& ar) {
     ykstd_PtrSeq p;
-    EXPECT_EQ(Raised([&] { ar >> p; }),
+    EXPECT_EQ(RaisedMessage([&] { ar >> p; }),
               "EXCEPTION ykstd_fail_OutOfRange : collection of 1048577 elements without stored bytes: more than "
               "1048576");
   });
@@ -187,7 +169,7 @@ TEST_F(StoredFormTest, MapsListsAndStacksLoadWithoutClearing) {
     EXPECT_EQ(l.Last(), 9);
   });
   // A stack comes back upside down.
-  Hnd_ykstd_Transient a = new form_Leaf, b = new form_Leaf;
+  Hnd_ykstd_Transient a = new test_Leaf, b = new test_Leaf;
   ykstd_TransientStack stack;
   stack.Push(a);
   stack.Push(b);  // b on top
@@ -205,7 +187,7 @@ TEST_F(StoredFormTest, MapsListsAndStacksLoadWithoutClearing) {
 
 TEST_F(StoredFormTest, ArchiveKeepsCallerListsUntilAbort) {
   ykstd_Archive ar(&storage, "s", 1, 128, nullptr);
-  Hnd_ykstd_Transient x = new form_Leaf;
+  Hnd_ykstd_Transient x = new test_Leaf;
   ar.AddObj(x);
   ar.AddObj(Hnd_ykstd_Transient());
   ar.AddFileName("a");
