@@ -121,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
           ar >> h;
         }
       }
-      for (int step = 0; step < 64; ++step) {
+      for (int step = 0; step < 16; ++step) {
         unsigned char op = 0;
         ar >> op;
         switch (op % 10) {

@@ -119,11 +119,11 @@ TEST_F(StoredFormTest, CountsThatTheStreamCannotBackFailWithoutBuildingThem) {
     EXPECT_EQ(RaisedMessage([&] { ar >> a; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
   });
   // Elements without stored bytes are bounded by their count alone.
-  Load(Bytes{0xFF, 0xFF, 0x01, 0x00, 0x10, 0x00}, [](ykstd_Archive& ar) {
+  Load(Bytes{0xFF, 0xFF, 0x01, 0x00, 0x01, 0x00}, [](ykstd_Archive& ar) {
     ykstd_PtrSeq p;
     EXPECT_EQ(RaisedMessage([&] { ar >> p; }),
-              "EXCEPTION ykstd_fail_OutOfRange : collection of 1048577 elements without stored bytes: more than "
-              "1048576");
+              "EXCEPTION ykstd_fail_OutOfRange : collection of 65537 elements without stored bytes: more than "
+              "65536");
   });
 }
 

@@ -29,7 +29,7 @@ class YKSTD_EXPORT ykstd_CollectionStore {
 
   // The most elements of no stored bytes that a load accepts; a larger count raises
   // ykstd_fail_OutOfRange instead of making elements that nothing in the stream backs.
-  static constexpr std::int32_t MaxBacklessCount = 1 << 20;
+  static constexpr std::int32_t MaxBacklessCount = 1 << 16;
   [[noreturn]] static void RaiseBackless(std::int64_t count);
 
   // Element forms.
