@@ -340,29 +340,30 @@ template <class Map>
 void SerializeMap(Map& map, ykstd_Archive& archive) {
   using Store = ykstd_CollectionStore;
   using KeyForm = typename Map::KeyForm;
-  constexpr bool kIsDataMap = requires { typename Map::ValueForm; };
-  if (Store::IsLoading(archive)) {
-    const std::int32_t count = Store::LoadLong(archive);
-    for (std::int32_t k = 0; k < count; ++k) {
-      typename Map::KeyType key{};
-      Store::Load(archive, KeyForm{}, key);
-      if constexpr (kIsDataMap) {
-        typename Map::ValueType value{};
-        Store::Load(archive, typename Map::ValueForm{}, value);
+  using Key = typename Map::KeyType;
+  if constexpr (requires { typename Map::ValueForm; }) {
+    using ValueForm = typename Map::ValueForm;
+    using Value = typename Map::ValueType;
+    if (Store::IsLoading(archive)) {
+      const std::int32_t count = Store::LoadLong(archive);
+      for (std::int32_t k = 0; k < count; ++k) {
+        Key key{};
+        Value value{};
+        Store::Load(archive, KeyForm{}, key);
+        Store::Load(archive, ValueForm{}, value);
         map.Bind(key, value);
-      } else {
-        map.Add(key);
+      }
+    } else {
+      Store::StoreLong(archive, map.Extent());
+      for (ykstd_DataMapIteratorOf<Map> it(map); it.More(); it.Next()) {
+        Store::Store(archive, KeyForm{}, it.Key());
+        Store::Store(archive, ValueForm{}, it.Value());
       }
     }
-    return;
-  }
-  Store::StoreLong(archive, map.Extent());
-  if constexpr (kIsDataMap) {
-    for (ykstd_DataMapIteratorOf<Map> it(map); it.More(); it.Next()) {
-      Store::Store(archive, KeyForm{}, it.Key());
-      Store::Store(archive, typename Map::ValueForm{}, it.Value());
-    }
+  } else if (Store::IsLoading(archive)) {
+    Store::LoadEach<KeyForm, Key>(archive, Store::LoadLong(archive), [&map](const Key& key) { map.Add(key); });
   } else {
+    Store::StoreLong(archive, map.Extent());
     for (ykstd_MapIteratorOf<Map> it(map); it.More(); it.Next()) Store::Store(archive, KeyForm{}, it.Key());
   }
 }
