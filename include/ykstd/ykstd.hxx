@@ -26,6 +26,7 @@
 #include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_ObjID.hxx>
+#include <ykstd/ykstd_Pref.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>
