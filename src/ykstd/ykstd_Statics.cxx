@@ -9,10 +9,6 @@
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
-// Constant-initialised, so it is set before anything runs: the top rung of the hash maps' bucket
-// ladder, which tests may lower.
-std::int32_t ykstd_BasicMap::mLadderTop = 100019;
-
 namespace ykstd_detail {
 void LoadAddinModule(const char* format, HINSTANCE& module);
 }
