@@ -1,5 +1,5 @@
 // Loads arbitrary bytes as an archive stream of a few stored classes with numbers, strings,
-// lists of handles and text lines. Every outcome must be a value or a failure of the library.
+// collections of handles and text lines. Every outcome must be a value or a failure of the library.
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -41,24 +41,18 @@ class fz_Leaf : public ykstd_TShared {
 };
 YKSTD_IMPLEMENT_TYPE_NAMED(fz_Leaf, ykstd_TShared, "X")
 
-// Numbers, a string, a counted list of handles and a text line.
+// Numbers, a string, a sequence of handles and a text line.
 class fz_Rich : public ykstd_TShared {
  public:
   void Serialize(ykstd_Archive& ar) override {
-    ar >> number >> real >> name;
-    const std::uint32_t count = ar.ReadCount();
-    for (std::uint32_t i = 0; i < count; ++i) {
-      Hnd_ykstd_Transient h;
-      ar >> h;
-      children.push_back(h);
-    }
+    ar >> number >> real >> name >> children;
     char line[40];
     ar.ReadString(line, -static_cast<std::int32_t>(sizeof line - 1));
   }
   std::int32_t number = 0;
   double real = 0;
   ykstd_AsciiString name;
-  std::vector<Hnd_ykstd_Transient> children;
+  ykstd_TransientSeq children;
   YKSTD_DECLARE_TYPE(fz_Rich);
 };
 YKSTD_IMPLEMENT_TYPE(fz_Rich, ykstd_TShared)
@@ -100,7 +94,7 @@ void Cut(std::vector<Hnd_ykstd_Transient>& objects) {
     Hnd_fz_Node node = Hnd_fz_Node::DownCast(object);
     if (!node.IsNull()) node->Cut();
     Hnd_fz_Rich rich = Hnd_fz_Rich::DownCast(object);
-    if (!rich.IsNull()) rich->children.clear();
+    if (!rich.IsNull()) rich->children.Clear();
   }
   objects.clear();
 }
@@ -127,10 +121,37 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
           ar >> h;
         }
       }
-      for (int step = 0; step < 64; ++step) {
+      for (int step = 0; step < 16; ++step) {
         unsigned char op = 0;
         ar >> op;
-        switch (op % 5) {
+        switch (op % 10) {
+          case 5: {
+            ykstd_TransientSeq seq;
+            ar >> seq;
+            break;
+          }
+          case 6: {
+            ykstd_IntArr1 arr(1, 1);
+            ykstd_PtrSeq ptrs;
+            ar >> arr >> ptrs;
+            break;
+          }
+          case 7: {
+            ykstd_AsciiStringIntDataMap map(1);
+            ykstd_IntList list;
+            ar >> map >> list;
+            break;
+          }
+          case 8: {
+            ykstd_TransientStack stack;
+            ar >> stack;
+            break;
+          }
+          case 9: {
+            ykstd_TransientTransientDataMap map(1);
+            ar >> map;
+            break;
+          }
           case 0: {
             Hnd_ykstd_Transient h;
             ar >> h;

@@ -9,17 +9,22 @@
 
 #include <ykstd/ykstd.hxx>
 
+#include "ArchiveLeaf.hxx"
 #include "Corpus.hxx"
 #include "MemStorage.hxx"
 #include "TestSession.hxx"
+#include "ykstd_TestRaised.hxx"
 
 using Bytes = std::vector<unsigned char>;
 using ykstd_test::MemStorage;
 
+namespace ykstd_test {
+YKSTD_IMPLEMENT_TYPE_NAMED(test_Leaf, ykstd_TShared, "X")
+}
+
 namespace {
 
 YKSTD_HANDLE(test_Node, ykstd_TShared);
-YKSTD_HANDLE(test_Leaf, ykstd_TShared);
 
 // A stored class with a byte and two handles, so that graphs with sharing and cycles can be built.
 class test_Node : public ykstd_TShared {
@@ -47,32 +52,16 @@ int test_Node::alive = 0;
 int test_Node::serialized = 0;
 YKSTD_IMPLEMENT_TYPE(test_Node, ykstd_TShared)
 
-// Stored under the one-letter name X; its body is the one byte 7.
-class test_Leaf : public ykstd_TShared {
- public:
-  void Serialize(ykstd_Archive& ar) override {
-    unsigned char seven = 7;
-    if (ar.IsStoring())
-      ar << seven;
-    else
-      ar >> seven;
-  }
-  YKSTD_DECLARE_TYPE(test_Leaf);
-};
-YKSTD_IMPLEMENT_TYPE_NAMED(test_Leaf, ykstd_TShared, "X")
+using ykstd_test::test_Leaf;
+using ykstd_test::test_Leaf_Type_;
 
-// The full message of the failure that `action` raises, with its class name in front.
+// The failure's message, or the code of a platform error.
 std::string Raised(const std::function<void()>& action) {
   try {
-    action();
-  } catch (Hnd_ykstd_fail_Failure& failure) {
-    std::string message = failure->Message().Text() ? failure->Message().Text() : "";
-    failure->Remove();
-    return message;
+    return RaisedMessage(action);
   } catch (const _com_error& error) {
     return "com error " + std::to_string(static_cast<std::uint32_t>(error.Error()));
   }
-  return "<nothing raised>";
 }
 
 Bytes Concat(std::initializer_list<Bytes> parts) {

@@ -8,21 +8,11 @@
 
 #include "Corpus.hxx"
 #include "MemStorage.hxx"
+#include "ykstd_TestRaised.hxx"
 
 using Bytes = std::vector<unsigned char>;
 
 namespace {
-
-std::string Raised(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (Hnd_ykstd_fail_Failure& failure) {
-    std::string message = failure->Message().Text();
-    failure->Remove();
-    return message;
-  }
-  return "<nothing raised>";
-}
 
 // Bytes of a schema stream: the magic, then what `body` writes.
 Bytes Stream(const std::function<void(ykstd_Archive&)>& body) {
@@ -103,7 +93,7 @@ TEST_F(SchemaTest, FileTablesFollowTheStreamNotTheBuild) {
   EXPECT_EQ(ykstd_Schema::ClassVersion("ext_Old"), -1);
   EXPECT_EQ(ykstd_Schema::ClassVersion("Bare"), 3);
   EXPECT_EQ(ykstd_Schema::ClassVersion("ykstd_Dim"), -1);
-  EXPECT_EQ(Raised([] { ykstd_Schema::LastClassVersion("ext_Thing"); }),
+  EXPECT_EQ(RaisedMessage([] { ykstd_Schema::LastClassVersion("ext_Thing"); }),
             "EXCEPTION ykstd_fail_ProgramError : Cannot get class version: classname is not bound");
 
   // No modules, or counts under 1: nothing is listed, so every class is missing.
@@ -138,12 +128,12 @@ TEST_F(SchemaTest, DamagedStreamsRecoverToVersionZero) {
 
 TEST_F(SchemaTest, WithoutSchemaTheQueriesRaise) {
   const std::string none = "EXCEPTION ykstd_fail_ProgramError : Schema not initialized";
-  EXPECT_EQ(Raised([] { ykstd_Schema::ClassVersion("ykstd_Dim"); }), none);
-  EXPECT_EQ(Raised([] { ykstd_Schema::LastClassVersion("ykstd_Dim"); }), none);
+  EXPECT_EQ(RaisedMessage([] { ykstd_Schema::ClassVersion("ykstd_Dim"); }), none);
+  EXPECT_EQ(RaisedMessage([] { ykstd_Schema::LastClassVersion("ykstd_Dim"); }), none);
   ykstd_Schema::Save(IStoragePtr(&storage));
   EXPECT_EQ(ykstd_Schema::LastClassVersion("ykstd_Dim"), 0);
   ykstd_Schema::Destroy();
-  EXPECT_EQ(Raised([] { ykstd_Schema::ClassVersion("ykstd_Dim"); }), none);
+  EXPECT_EQ(RaisedMessage([] { ykstd_Schema::ClassVersion("ykstd_Dim"); }), none);
 }
 
 TEST_F(SchemaTest, FailedSaveShowsMessage4222AndReturnsZero) {

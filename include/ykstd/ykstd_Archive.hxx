@@ -10,6 +10,7 @@
 
 #include <ykstd/platform/Storage.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
+#include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Transient.hxx>
 
 namespace ykstd_detail {
@@ -94,6 +95,13 @@ class YKSTD_EXPORT ykstd_Archive {
   void CheckCount();
   void CheckClassCount();
 
+  // Lists kept for the caller; the archive only fills them, and Abort clears them.
+  void AddObj(const Hnd_ykstd_Transient& object);
+  const ykstd_TransientSeq& ObjNeedUsrs() const { return objNeedUsrs; }
+  void AddFileName(const ykstd_AsciiString& name);
+  const ykstd_AsciiStringSeq& FileNames() const { return fileNames; }
+  void ClearFileNames() { fileNames.Clear(); }
+
   void AddObjToStore(const Hnd_ykstd_Transient& object);
   unsigned char IsToStore(const Hnd_ykstd_Transient& object) const;
   unsigned char IsStored(const Hnd_ykstd_Transient& object) const;
@@ -147,7 +155,7 @@ class YKSTD_EXPORT ykstd_Archive {
 
   // The slow path of a primitive write: flush, or raise when nothing can take the bytes.
   void MakeRoom();
-  ykstd_detail::ArchiveMaps& Maps() const;
+  ykstd_detail::ArchiveMaps& Maps() const { return *maps; }
 
   ykstd_AsciiString fileName;
   IStorage* storage;
@@ -163,6 +171,8 @@ class YKSTD_EXPORT ykstd_Archive {
   std::int32_t hashSize;
   unsigned char objOnly;
   std::int32_t nesting;
+  ykstd_TransientSeq objNeedUsrs;
+  ykstd_AsciiStringSeq fileNames;
   // Both maps, the set of objects to store in full and the caller's lists.
   mutable std::unique_ptr<ykstd_detail::ArchiveMaps> maps;
 };

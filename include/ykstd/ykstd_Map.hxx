@@ -399,6 +399,16 @@ class ykstd_HDataMapOf : public ykstd_TShared {
   M mMap;
 };
 
+// Maps are stored where their owner writes them; both directions go through Serialize.
+inline ykstd_Archive& operator<<(ykstd_Archive& archive, ykstd_BasicMap& map) {
+  map.Serialize(archive);
+  return archive;
+}
+inline ykstd_Archive& operator>>(ykstd_Archive& archive, ykstd_BasicMap& map) {
+  map.Serialize(archive);
+  return archive;
+}
+
 // ---- the members ----
 
 #define YKSTD_MAP_SET(NAME, KEY, HASHER, KEYFORM)                                                        \

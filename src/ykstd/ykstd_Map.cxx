@@ -4,6 +4,7 @@
 #include <ostream>
 #include <vector>
 
+#include <ykstd/ykstd_CollectionStore.hxx>
 #include <ykstd/ykstd_Map.hxx>
 
 namespace {
@@ -285,10 +286,35 @@ namespace ykstd_detail {
 // key and value of each node by KeyForm and ValueForm; loading Binds each pair. The archive
 // brings the forms and the loop.
 template <class Map>
-void SerializeMap(Map&, ykstd_Archive&, const char* name) {
-  ykstd_TextStream text;
-  text << name << "::Serialize: no archive support in this build";
-  ykstd_fail_NotImplemented::Raise(text);
+void SerializeMap(Map& map, ykstd_Archive& archive, const char*) {
+  using Store = ykstd_CollectionStore;
+  using KeyForm = typename Map::KeyForm;
+  using Key = typename Map::KeyType;
+  if constexpr (requires { typename Map::ValueForm; }) {
+    using ValueForm = typename Map::ValueForm;
+    using Value = typename Map::ValueType;
+    if (Store::IsLoading(archive)) {
+      const std::int32_t count = Store::LoadLong(archive);
+      for (std::int32_t k = 0; k < count; ++k) {
+        Key key{};
+        Value value{};
+        Store::Load(archive, KeyForm{}, key);
+        Store::Load(archive, ValueForm{}, value);
+        map.Bind(key, value);
+      }
+    } else {
+      Store::StoreLong(archive, map.Extent());
+      for (ykstd_DataMapIteratorOf<Map> it(map); it.More(); it.Next()) {
+        Store::Store(archive, KeyForm{}, it.Key());
+        Store::Store(archive, ValueForm{}, it.Value());
+      }
+    }
+  } else if (Store::IsLoading(archive)) {
+    Store::LoadEach<KeyForm, Key>(archive, Store::LoadLong(archive), [&map](const Key& key) { map.Add(key); });
+  } else {
+    Store::StoreLong(archive, map.Extent());
+    for (ykstd_MapIteratorOf<Map> it(map); it.More(); it.Next()) Store::Store(archive, KeyForm{}, it.Key());
+  }
 }
 
 }  // namespace ykstd_detail

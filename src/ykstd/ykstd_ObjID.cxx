@@ -81,13 +81,10 @@ void ykstd_ObjID::Optimize() {
 }
 
 void ykstd_ObjID::Serialize(ykstd_Archive& archive) {
-  // The free list goes in the stored form of an ykstd_IntSeq: the count form, then each value.
   if (archive.IsStoring()) {
     UpdateFreeIDs();
     Optimize();
-    archive.WriteCount(static_cast<std::uint32_t>(mFreeIDs.Length()));
-    for (std::int32_t k = 1; k <= mFreeIDs.Length(); ++k) archive << mFreeIDs.Value(k);
-    archive << EOC;
+    archive << mFreeIDs << EOC;
     return;
   }
   const ykstd_AsciiString name("ykstd_ObjID");
@@ -97,13 +94,9 @@ void ykstd_ObjID::Serialize(ykstd_Archive& archive) {
     text << "ykstd_ObjID: bad class version [" << version << "]";
     ykstd_fail_FileIO::Raise(text, 16);
   }
+  // Read aside, so that a stream that fails leaves the list as it was.
   ykstd_IntSeq loaded;
-  const std::uint32_t count = archive.ReadCount();
-  for (std::uint32_t k = 0; k < count; ++k) {
-    std::int32_t value = 0;
-    archive >> value;
-    loaded.Append(value);
-  }
+  archive >> loaded;
   if (archive.dataVersion >= 16) {
     std::int16_t tag = 0;
     archive >> tag;
