@@ -30,6 +30,7 @@
 #include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_MsgEx.hxx>
+#include <ykstd/ykstd_ObjID.hxx>
 #include <ykstd/ykstd_Pref.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
