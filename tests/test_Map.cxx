@@ -488,6 +488,16 @@ TEST_F(MapTest, ExhaustedMemoryLeavesTheMapWhole) {
   map.Bind(19, 19);
   EXPECT_EQ(map.NbBuckets(), 101);
 
+  // Without room to record it, a rebuild at the same count reverses the chains in place.
+  ykstd_IntMap chained;
+  for (const std::int32_t k : {0, 17, 34}) chained.Add(k);
+  ykstd_Transient::FailNextAllocations(1);
+  chained.ReSize(1);
+  chained.Add(51);
+  EXPECT_EQ(KeysOf(chained), (std::vector<std::int32_t>{51, 0, 17, 34}));
+  chained.ReSize(1);
+  EXPECT_EQ(KeysOf(chained), (std::vector<std::int32_t>{34, 17, 0, 51}));
+
   ykstd_IntMap set;
   set.Add(1);
   ykstd_Transient::FailNextAllocations(1);
@@ -523,6 +533,35 @@ TEST_F(MapTest, CountedMapsPassOnToTheirMap) {
   byItem->Bind(item, 1);
   byItem.Nullify();  // the held map goes with its holder and releases its keys
   EXPECT_EQ(item->GetRefCount(), 2);
+}
+
+// ---- a member keyed by counted interface pointers, made as the automation members are ----
+
+YKSTD_MAP_DATAMAP(TestUnknownIntDataMap, IUnknownPtr, std::int32_t, ykstd_MapPtrHasher, ykstd_FormNone, ykstd_FormLong);
+YKSTD_IMPLEMENT_TYPE(ykstd_DataMapNodeOfTestUnknownIntDataMap, ykstd_MapNode)
+void ykstd_TestUnknownIntDataMap::Serialize(ykstd_Archive&) {}
+
+struct TestUnknown final : IUnknown {
+  HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG AddRef() override { return ++count; }
+  ULONG Release() override { return --count; }
+  ULONG count = 0;
+};
+
+TEST_F(MapTest, InterfacePointerKeysAreCountedAndTheNullPointerIsAKey) {
+  TestUnknown object;
+  {
+    ykstd_TestUnknownIntDataMap map;
+    EXPECT_EQ(map.Bind(IUnknownPtr(), 1), 1);  // hashes to 0, unlike a null handle
+    EXPECT_EQ(map.Bind(IUnknownPtr(&object), 2), 1);
+    EXPECT_EQ(map.Bind(IUnknownPtr(&object), 3), 0);
+    EXPECT_EQ(object.count, 1u);
+    EXPECT_EQ(map.Find(IUnknownPtr()), 1);
+    EXPECT_EQ(map.Find(IUnknownPtr(&object)), 3);
+    ykstd_DataMapIteratorOfTestUnknownIntDataMap it(map);
+    EXPECT_EQ(it.Key(), nullptr);  // bucket 0 comes first
+  }
+  EXPECT_EQ(object.count, 0u);
 }
 
 // ---- the recorded reversal against the literal rebuild ----

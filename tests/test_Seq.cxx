@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <ykstd/ykstd.hxx>
@@ -219,6 +220,25 @@ TEST(SeqChain, ClearAndAssign) {
   seq.Clear();
   EXPECT_EQ(seq.Sound(), Ints({}));
   EXPECT_EQ(seq.CurrentIndex(), 0);
+}
+
+TEST(SeqChain, MovingHandsTheChainOver) {
+  IntSeqProbe source = Range(1, 3);
+  source.Value(2);
+  ykstd_SeqNode* first = source.FirstItem();
+  IntSeqProbe moved(std::move(source));
+  EXPECT_EQ(moved.FirstItem(), first);
+  EXPECT_EQ(moved.CurrentIndex(), 2);
+  EXPECT_EQ(moved.Sound(), Ints({1, 2, 3}));
+  EXPECT_EQ(source.Sound(), Ints({}));
+  IntSeqProbe target = Range(7, 8);
+  target = std::move(moved);
+  EXPECT_EQ(target.Sound(), Ints({1, 2, 3}));
+  EXPECT_EQ(moved.Length(), 0);
+  std::vector<ykstd_AsciiStringSeq> many(1);
+  many[0].Append("kept");
+  many.resize(8);  // growing moves the sequences instead of raising on a copy
+  EXPECT_STREQ(many[0].First().Text(), "kept");
 }
 
 TEST(SeqMove, WholeSequencesMoveWithTheirNodes) {
@@ -445,6 +465,10 @@ TEST(SeqCounted, ShallowCopyAndSplit) {
   EXPECT_EQ(object->GetRefCount(), 3);
   copy.Nullify();
   EXPECT_EQ(object->GetRefCount(), 2);
+  handles->InsertBefore(1, handles);  // the counted sequence as a whole, not as one element
+  handles->Prepend(handles);
+  EXPECT_EQ(handles->Length(), 4);
+  EXPECT_EQ(object->GetRefCount(), 5);
 
   Hnd_ykstd_IntHSeq seq = Counted({1, 2, 3, 4});
   Hnd_ykstd_IntHSeq tail = seq->Split(3);
@@ -452,6 +476,10 @@ TEST(SeqCounted, ShallowCopyAndSplit) {
   EXPECT_EQ(Elements(tail), Ints({3, 4}));
   EXPECT_EQ(seq->Split(3)->Length(), 0);
   EXPECT_EQ(seq->Split(0)->Length(), 0);
+  EXPECT_EQ(Elements(seq), Ints({1, 2}));
+  ykstd_Transient::FailNextAllocations(1);
+  EXPECT_EQ(RaisedMessage([&] { seq->Split(1); }),
+            "EXCEPTION ykstd_fail_OutOfMemory : ykstd_Sequence: Allocation failed");
   EXPECT_EQ(Elements(seq), Ints({1, 2}));
   Hnd_ykstd_IntHSeq all = seq->Split(1);
   EXPECT_EQ(Elements(all), Ints({1, 2}));

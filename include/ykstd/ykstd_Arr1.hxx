@@ -29,9 +29,9 @@ class YKSTD_EXPORT ykstd_Array1Support {
   [[noreturn]] static void RaiseValue();
   [[noreturn]] static void RaiseChangeValue();
   [[noreturn]] static void RaiseSetValue();
-  // Uninitialised storage for `count` elements of `size` bytes; raises when it cannot be had,
-  // including counts that do not fit a 32-bit length.
-  static void* Allocate(std::int64_t count, std::size_t size);
+  // Storage for `count` elements of `size` bytes, zero-filled or not; raises when it cannot be
+  // had, including counts that do not fit a 32-bit length.
+  static void* Allocate(std::int64_t count, std::size_t size, bool zeroed);
   static void Free(void* block) noexcept;
 };
 
@@ -149,13 +149,13 @@ class YKSTD_EXPORT ykstd_Array1 {
     mData = reinterpret_cast<std::uintptr_t>(block) -
             static_cast<std::uintptr_t>(static_cast<std::intptr_t>(mLowerBound)) * sizeof(T);
   }
-  void MakeStorage(bool initialise) {
-    T* block = static_cast<T*>(ykstd_Array1Support::Allocate(Count(), sizeof(T)));
-    for (std::int64_t k = 0; k < Count(); ++k) {
-      if (initialise)
-        new (block + k) T();
-      else
-        new (block + k) T;
+  // Loading zeroes plain elements: zeroed memory comes from the system untouched, so bounds from a
+  // damaged stream cost only the pages that elements are actually read into.
+  void MakeStorage(bool zeroed) {
+    constexpr bool plain = std::is_trivially_default_constructible_v<T>;
+    T* block = static_cast<T*>(ykstd_Array1Support::Allocate(Count(), sizeof(T), zeroed && plain));
+    if constexpr (!plain) {
+      for (std::int64_t k = 0; k < Count(); ++k) new (block + k) T();
     }
     Bind(block);
     mIsAllocated = 1;

@@ -109,6 +109,11 @@ class YKSTD_EXPORT ykstd_fail_SystemError : public ykstd_fail_Failure {
 
   [[noreturn]] static void Raise(const char* text);
   [[noreturn]] static void Raise(ykstd_TextStream& stream);
+  // Raises the readable text of a fault record, without the usual prefix. A record that is not
+  // continuable reads "FATAL", others "MILD". Two kinds of fault are not raised but end the
+  // process with exit code 1: a continued noncontinuable exception, and a code the library does
+  // not know (a null record counts as one).
+  [[noreturn]] static void Raise(unsigned int code, const _EXCEPTION_POINTERS* info);
   [[noreturn]] void ThrowHandle() const override;
 
   YKSTD_DECLARE_TYPE(ykstd_fail_SystemError);

@@ -62,25 +62,11 @@ class ykstd_MapAsciiStringHasher {
 
 // ---- nodes ----
 
-// A map node. Besides the chain link it holds a back link (the chain's head keeps its tail
-// there), so that a key can be put at either end of its chain and unlinked at once, and the link
-// of the lookup index that maps with more keys than buckets use.
-class YKSTD_EXPORT ykstd_MapEntry : public ykstd_MapNode {
- public:
-  explicit ykstd_MapEntry(ykstd_MapNode* const& next) noexcept : ykstd_MapNode(next) {}
-
- private:
-  friend class ykstd_BasicMap;
-  friend class ykstd_BasicMapIterator;
-  ykstd_MapEntry* mPrev = nullptr;
-  ykstd_MapEntry* mIndexNext = nullptr;
-};
-
 template <class K>
-class ykstd_StdMapNode : public ykstd_MapEntry {
+class ykstd_StdMapNode : public ykstd_MapNode {
  public:
   using KeyType = K;
-  ykstd_StdMapNode(const K& key, ykstd_MapNode* const& next) : ykstd_MapEntry(next), mKey(key) {}
+  ykstd_StdMapNode(const K& key, ykstd_MapNode* const& next) : ykstd_MapNode(next), mKey(key) {}
   const K& Key() const noexcept { return mKey; }
 
  private:
@@ -88,12 +74,12 @@ class ykstd_StdMapNode : public ykstd_MapEntry {
 };
 
 template <class K, class V>
-class ykstd_DataMapNode : public ykstd_MapEntry {
+class ykstd_DataMapNode : public ykstd_MapNode {
  public:
   using KeyType = K;
   using ValueType = V;
   ykstd_DataMapNode(const K& key, const V& value, ykstd_MapNode* const& next)
-      : ykstd_MapEntry(next), mKey(key), mValue(value) {}
+      : ykstd_MapNode(next), mKey(key), mValue(value) {}
   const K& Key() const noexcept { return mKey; }
   const V& Value() const noexcept { return mValue; }
   V& ChangeValue() noexcept { return mValue; }
@@ -104,6 +90,17 @@ class ykstd_DataMapNode : public ykstd_MapEntry {
 };
 
 // ---- the base of every map ----
+//
+// How chains are kept. Iteration sees each bucket as one chain, newest key first, and every
+// rebuild reverses the chains. A rebuild at an unchanged count (every insertion past the top
+// rung) therefore only flips mReversed, and each bucket holds its chain as two stacks: the front
+// stack in mBuckets and the back stack in mBack. Unreversed, the chain is the front stack from its
+// top followed by the back stack from its bottom; reversed, the back stack from its top followed
+// by the front stack from its bottom. A new key goes on top of the front stack, or of the back
+// stack when reversed, so it always leads its chain and no node is touched. Normalize folds each
+// bucket back into one front stack in chain order; iteration and real rebuilds start with it.
+// Maps with more keys than the top rung has buckets also keep an open-addressed index of
+// (node, full hash), so that finding a key does not walk the ever longer chains.
 
 class YKSTD_EXPORT ykstd_BasicMap {
  public:
@@ -124,7 +121,12 @@ class YKSTD_EXPORT ykstd_BasicMap {
   static void LimitLadder(std::int32_t top) noexcept;
 
  protected:
-  using EntryHash = std::int32_t (*)(const ykstd_MapEntry* entry, std::int32_t upper);
+  // The hash of a node's key for `upper` buckets.
+  using NodeHash = std::int32_t (*)(const ykstd_MapNode* node, std::int32_t upper);
+  struct IndexSlot {
+    ykstd_MapNode* node;
+    std::int32_t hash;  // the key's hash for INT32_MAX buckets
+  };
 
   ykstd_BasicMap(std::int32_t nbBuckets, unsigned char single) noexcept;
   ykstd_BasicMap(const ykstd_BasicMap&) = delete;
@@ -136,35 +138,43 @@ class YKSTD_EXPORT ykstd_BasicMap {
                  ykstd_MapNode** const& data2) noexcept;
   void Destroy() noexcept;
 
-  // Moves every node into the buckets of the rung for `n`. At an unchanged count that only
-  // reverses each chain, which is recorded instead of done.
-  void Rebuild(std::int32_t n, EntryHash hash);
+  // Moves every node into the buckets of the rung for `n`, each to the head of its new chain.
+  void Rebuild(std::int32_t n, NodeHash hash);
   // The growth step of an insertion; raises ykstd_fail_OutOfMemory with `operation` when the map
   // still has no buckets afterwards.
-  void PrepareInsert(EntryHash hash, const char* operation);
-  // Puts a new node at the front of its chain as iteration sees it.
-  void Link(ykstd_MapEntry* entry, std::int32_t bucket, std::int32_t slot) noexcept;
-  // Takes a node out of its chain and the index and destroys it.
-  void Unlink(ykstd_MapEntry* entry, std::int32_t bucket, std::int32_t slot) noexcept;
-  static ykstd_MapEntry* IndexNext(const ykstd_MapEntry* entry) noexcept { return entry->mIndexNext; }
+  void PrepareInsert(NodeHash hash, const char* operation);
+  // Puts a new node at the head of its chain; `slot` is the free index slot found for it.
+  void Link(ykstd_MapNode* node, std::int32_t bucket, std::uint32_t slot, std::int32_t fullHash) noexcept;
+  // Takes a node out of its chain and the index (at `slot`) and destroys it.
+  void Unlink(ykstd_MapNode* node, std::int32_t bucket, std::uint32_t slot) noexcept;
+  // Folds every bucket into one front stack in chain order.
+  void Normalize() const noexcept;
+
+  std::uint32_t IndexHome(std::int32_t fullHash) const noexcept {
+    return static_cast<std::uint32_t>((static_cast<std::uint64_t>(fullHash) * 0x9E3779B97F4A7C15ull) >>
+                                      (64 - mIndexBits));
+  }
+  std::uint32_t IndexMask() const noexcept { return (std::uint32_t{1} << mIndexBits) - 1; }
 
   ykstd_MapNode** mBuckets;
   ykstd_MapNode** mBuckets2;
   unsigned char mDouble;
   std::int32_t mNbBuckets;
   std::int32_t mExtent;
-  // 1 when every chain is stored back to front: a rebuild at the same count only flips this.
-  unsigned char mReversed;
-  // Lookup index of maps that hold more keys than the top rung has buckets (null below that):
-  // an odd number of slots, at least as many as keys, chained through the nodes.
-  ykstd_MapEntry** mIndex;
-  std::int32_t mIndexSize;
+  // The back stacks (null until the first reversal) and the number of nodes on them.
+  mutable ykstd_MapNode** mBack;
+  mutable std::int32_t mBackCount;
+  mutable unsigned char mReversed;
+  // The index: 2^mIndexBits slots, at most 60 % used; null below the top rung.
+  IndexSlot* mIndex;
+  std::int32_t mIndexBits;
 
   static std::int32_t mLadderTop;
 
  private:
   friend class ykstd_BasicMapIterator;
-  void GrowIndex(EntryHash hash) noexcept;
+  void Reverse() noexcept;
+  void GrowIndex(NodeHash hash) noexcept;
 };
 
 // ---- iterators: by rising bucket index, and within a bucket from the newest key ----
@@ -182,8 +192,6 @@ class YKSTD_EXPORT ykstd_BasicMapIterator {
   std::int32_t mNbBuckets = 0;
   ykstd_MapNode** mBuckets = nullptr;
   std::int32_t mBucket = 0;
-  // Walk each chain from its stored tail, for a map whose chains are stored back to front.
-  unsigned char mBackward = 0;
 
  private:
   void Settle() noexcept;
@@ -229,59 +237,65 @@ class ykstd_HashedMap : public ykstd_BasicMap {
     if (other.mExtent != 0) ykstd_fail_DomainError::Raise(refusal);
   }
 
-  static std::int32_t HashOf(const ykstd_MapEntry* entry, std::int32_t upper) {
-    return Hasher::HashCode(static_cast<const NodeT*>(entry)->Key(), upper);
+  static std::int32_t HashOf(const ykstd_MapNode* node, std::int32_t upper) {
+    return Hasher::HashCode(static_cast<const NodeT*>(node)->Key(), upper);
   }
-
-  // The node of `key` in `bucket`; `slot` is its index slot, -1 without an index.
-  NodeT* Locate(const KeyType& key, std::int32_t bucket, std::int32_t& slot) const {
-    if (mIndex) {
-      slot = Hasher::HashCode(key, mIndexSize);
-      for (ykstd_MapEntry* e = mIndex[slot]; e; e = IndexNext(e))
-        if (Hasher::IsEqual(static_cast<NodeT*>(e)->Key(), key)) return static_cast<NodeT*>(e);
-      return nullptr;
-    }
-    slot = -1;
-    for (ykstd_MapNode* p = mBuckets[bucket]; p; p = p->Next())
-      if (Hasher::IsEqual(static_cast<NodeT*>(p)->Key(), key)) return static_cast<NodeT*>(p);
+  static NodeT* Seek(ykstd_MapNode* chain, const KeyType& key) {
+    for (; chain; chain = chain->Next())
+      if (Hasher::IsEqual(static_cast<NodeT*>(chain)->Key(), key)) return static_cast<NodeT*>(chain);
     return nullptr;
-  }
-
-  // Null for an absent key, also in an empty map and for a key that could never be stored.
-  NodeT* Lookup(const KeyType& key) const {
-    if (mExtent == 0) return nullptr;
-    const std::int32_t bucket = Hasher::HashCode(key, mNbBuckets);
-    if (bucket < 0) return nullptr;
-    std::int32_t slot;
-    return Locate(key, bucket, slot);
   }
 
   struct Place {
     std::int32_t bucket;  // negative: the key is refused
-    std::int32_t slot;
-    NodeT* node;  // the key's node when it is there already
+    std::int32_t fullHash;
+    std::uint32_t slot;  // in the index: the key's slot, or the free slot that ends its probe
+    NodeT* node;         // the key's node when it is there
   };
+
+  // Finds `key` in the bucket of `place` (the bucket must be valid).
+  void Locate(const KeyType& key, Place& place) const {
+    if (mIndex) {
+      place.fullHash = Hasher::HashCode(key, INT32_MAX);
+      const std::uint32_t mask = IndexMask();
+      for (std::uint32_t i = IndexHome(place.fullHash);; i = (i + 1) & mask) {
+        const IndexSlot& slot = mIndex[i];
+        if (!slot.node ||
+            (slot.hash == place.fullHash && Hasher::IsEqual(static_cast<NodeT*>(slot.node)->Key(), key))) {
+          place.slot = i;
+          place.node = static_cast<NodeT*>(slot.node);
+          return;
+        }
+      }
+    }
+    place.node = Seek(mBuckets[place.bucket], key);
+    if (!place.node && mBack) place.node = Seek(mBack[place.bucket], key);
+  }
+
+  Place Search(const KeyType& key, std::int32_t buckets) const {
+    Place place{Hasher::HashCode(key, buckets), 0, 0, nullptr};
+    if (place.bucket >= 0) Locate(key, place);
+    return place;
+  }
+
+  // Null for an absent key, also in an empty map and for a key that could never be stored.
+  NodeT* Lookup(const KeyType& key) const { return mExtent == 0 ? nullptr : Search(key, mNbBuckets).node; }
 
   Place Prepare(const KeyType& key, const char* operation) {
     PrepareInsert(&HashOf, operation);
-    Place place{Hasher::HashCode(key, mNbBuckets), -1, nullptr};
-    if (place.bucket >= 0) place.node = Locate(key, place.bucket, place.slot);
-    return place;
+    return Search(key, mNbBuckets);
   }
 
   void Attach(NodeT* node, const Place& place, const char* operation) {
     if (!node) ykstd_fail_OutOfMemory::Raise(operation);
-    Link(node, place.bucket, place.slot);
+    Link(node, place.bucket, place.slot, place.fullHash);
   }
 
   unsigned char Erase(const KeyType& key) {
     if (mExtent == 0) return 0;
-    const std::int32_t bucket = Hasher::HashCode(key, mNbBuckets);
-    if (bucket < 0) return 0;
-    std::int32_t slot;
-    NodeT* node = Locate(key, bucket, slot);
-    if (!node) return 0;
-    Unlink(node, bucket, slot);
+    const Place place = Search(key, mNbBuckets);
+    if (!place.node) return 0;
+    Unlink(place.node, place.bucket, place.slot);
     return 1;
   }
 };

@@ -18,10 +18,11 @@ void ykstd_Array1Support::RaiseChangeValue() {
 }
 void ykstd_Array1Support::RaiseSetValue() { ykstd_fail_OutOfRange::Raise("EXCEPTION: OutOfRange in SetValue method"); }
 
-void* ykstd_Array1Support::Allocate(std::int64_t count, std::size_t size) {
+void* ykstd_Array1Support::Allocate(std::int64_t count, std::size_t size, bool zeroed) {
   // A length must fit the 32-bit Length(); anything larger could never be addressed by index.
   if (count < 1 || count > INT32_MAX) RaiseNoMemory();
-  void* block = std::malloc(static_cast<std::size_t>(count) * size);
+  const auto n = static_cast<std::size_t>(count);
+  void* block = zeroed ? std::calloc(n, size) : std::malloc(n * size);
   if (!block) RaiseNoMemory();
   return block;
 }

@@ -23,6 +23,52 @@ ykstd_MapNode** NewBucketArray(std::int64_t count) noexcept {
 
 void FreeBucketArray(ykstd_MapNode** array) noexcept { std::free(array); }
 
+// Reverses a stack in place and gives its new top.
+ykstd_MapNode* Reversed(ykstd_MapNode* top) noexcept {
+  ykstd_MapNode* done = nullptr;
+  while (top) {
+    ykstd_MapNode* next = top->Next();
+    top->Next() = done;
+    done = top;
+    top = next;
+  }
+  return done;
+}
+
+// The chain `first` followed by `second`.
+ykstd_MapNode* Joined(ykstd_MapNode* first, ykstd_MapNode* second) noexcept {
+  if (!first) return second;
+  ykstd_MapNode* last = first;
+  while (last->Next()) last = last->Next();
+  last->Next() = second;
+  return first;
+}
+
+std::size_t Length(const ykstd_MapNode* chain) noexcept {
+  std::size_t length = 0;
+  for (; chain; chain = chain->Next()) ++length;
+  return length;
+}
+
+void DeleteChain(ykstd_MapNode* chain) noexcept {
+  while (chain) {
+    ykstd_MapNode* next = chain->Next();
+    delete chain;
+    chain = next;
+  }
+}
+
+// Takes `node` out of the stack `top`; false when it is not there.
+bool Unchained(ykstd_MapNode*& top, const ykstd_MapNode* node) noexcept {
+  for (ykstd_MapNode** link = &top; *link; link = &(*link)->Next()) {
+    if (*link == node) {
+      *link = node->Next();
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 // ---- ykstd_BasicMap ----
@@ -33,9 +79,11 @@ ykstd_BasicMap::ykstd_BasicMap(std::int32_t nbBuckets, unsigned char single) noe
       mDouble(single ? 0 : 1),
       mNbBuckets(nbBuckets),
       mExtent(0),
+      mBack(nullptr),
+      mBackCount(0),
       mReversed(0),
       mIndex(nullptr),
-      mIndexSize(0) {}
+      mIndexBits(0) {}
 
 ykstd_BasicMap::~ykstd_BasicMap() { Clear(); }
 
@@ -74,86 +122,56 @@ void ykstd_BasicMap::EndResize(std::int32_t, std::int32_t newBuckets, ykstd_MapN
 void ykstd_BasicMap::Destroy() noexcept {
   FreeBucketArray(mBuckets);
   FreeBucketArray(mBuckets2);
+  FreeBucketArray(mBack);
   std::free(mIndex);
   mBuckets = nullptr;
   mBuckets2 = nullptr;
+  mBack = nullptr;
   mIndex = nullptr;
-  mIndexSize = 0;
+  mIndexBits = 0;
+  mBackCount = 0;
+  mReversed = 0;
   mNbBuckets = 0;
   mExtent = 0;
-  mReversed = 0;
 }
 
 void ykstd_BasicMap::Clear() noexcept {
   if (mExtent != 0 && mBuckets) {
     for (std::int64_t b = 0; b <= mNbBuckets; ++b) {
-      ykstd_MapNode* node = mBuckets[b];
-      mBuckets[b] = nullptr;
-      while (node) {
-        ykstd_MapNode* next = node->Next();
-        delete node;
-        node = next;
-      }
+      DeleteChain(mBuckets[b]);
+      if (mBack) DeleteChain(mBack[b]);
     }
   }
   Destroy();
 }
 
-// A chain is linked forward by Next and backward by the back links; the head's back link is the
-// chain's tail, so both ends are at hand.
-void ykstd_BasicMap::Link(ykstd_MapEntry* entry, std::int32_t bucket, std::int32_t slot) noexcept {
-  ykstd_MapNode*& head = mBuckets[bucket];
-  if (!head) {
-    entry->Next() = nullptr;
-    entry->mPrev = entry;
-    head = entry;
-  } else {
-    auto* first = static_cast<ykstd_MapEntry*>(head);
-    ykstd_MapEntry* last = first->mPrev;
-    if (mReversed) {
-      // Stored back to front: the front as iteration sees it is the stored tail.
-      last->Next() = entry;
-      entry->Next() = nullptr;
-      entry->mPrev = last;
-      first->mPrev = entry;
-    } else {
-      entry->Next() = first;
-      entry->mPrev = last;
-      first->mPrev = entry;
-      head = entry;
-    }
+void ykstd_BasicMap::Normalize() const noexcept {
+  if (!mReversed && mBackCount == 0) return;
+  for (std::int64_t b = 0; b <= mNbBuckets; ++b) {
+    ykstd_MapNode* front = mBuckets[b];
+    ykstd_MapNode* back = mBack ? mBack[b] : nullptr;
+    mBuckets[b] = mReversed ? Joined(back, Reversed(front)) : Joined(front, Reversed(back));
+    if (mBack) mBack[b] = nullptr;
   }
-  if (mIndex) {
-    entry->mIndexNext = mIndex[slot];
-    mIndex[slot] = entry;
-  }
-  ++mExtent;
+  mBackCount = 0;
+  mReversed = 0;
 }
 
-void ykstd_BasicMap::Unlink(ykstd_MapEntry* entry, std::int32_t bucket, std::int32_t slot) noexcept {
-  ykstd_MapNode*& head = mBuckets[bucket];
-  auto* first = static_cast<ykstd_MapEntry*>(head);
-  auto* after = static_cast<ykstd_MapEntry*>(entry->Next());
-  if (entry == first) {
-    head = after;
-    if (after) after->mPrev = entry->mPrev;
-  } else {
-    entry->mPrev->Next() = after;
-    (after ? after : first)->mPrev = entry->mPrev;
-  }
-  if (mIndex) {
-    ykstd_MapEntry** link = &mIndex[slot];
-    while (*link != entry) link = &(*link)->mIndexNext;
-    *link = entry->mIndexNext;
-  }
-  --mExtent;
-  delete static_cast<ykstd_MapNode*>(entry);
-}
-
-void ykstd_BasicMap::Rebuild(std::int32_t n, EntryHash hash) {
-  if (mBuckets && LadderRung(n) == mNbBuckets) {
-    // Moving every node to the head of its own bucket again reverses each chain.
+void ykstd_BasicMap::Reverse() noexcept {
+  if (!mBack) mBack = NewBucketArray(static_cast<std::int64_t>(mNbBuckets) + 1);
+  if (mBack) {
     mReversed ^= 1;
+    return;
+  }
+  // Without room for the back stacks, reverse the chains themselves.
+  Normalize();
+  for (std::int64_t b = 0; b <= mNbBuckets; ++b) mBuckets[b] = Reversed(mBuckets[b]);
+}
+
+void ykstd_BasicMap::Rebuild(std::int32_t n, NodeHash hash) {
+  if (mBuckets && LadderRung(n) == mNbBuckets) {
+    // Moving every node to the head of its own bucket again only reverses each chain.
+    Reverse();
     return;
   }
   std::int32_t count;
@@ -161,57 +179,96 @@ void ykstd_BasicMap::Rebuild(std::int32_t n, EntryHash hash) {
   ykstd_MapNode** data2;
   if (!BeginResize(n, count, data1, data2)) return;
   if (mBuckets) {
+    Normalize();
     for (std::int64_t b = 0; b <= mNbBuckets; ++b) {
-      auto* first = static_cast<ykstd_MapEntry*>(mBuckets[b]);
-      if (!first) continue;
-      // Take the chain in iteration order and push each node on the head of its new chain.
-      ykstd_MapEntry* entry = mReversed ? first->mPrev : first;
-      while (entry) {
-        ykstd_MapEntry* following =
-            mReversed ? (entry == first ? nullptr : entry->mPrev) : static_cast<ykstd_MapEntry*>(entry->Next());
-        ykstd_MapNode*& head = data1[hash(entry, count)];
-        if (head) {
-          auto* oldFirst = static_cast<ykstd_MapEntry*>(head);
-          entry->mPrev = oldFirst->mPrev;
-          oldFirst->mPrev = entry;
-        } else {
-          entry->mPrev = entry;
-        }
-        entry->Next() = head;
-        head = entry;
-        entry = following;
+      for (ykstd_MapNode* node = mBuckets[b]; node;) {
+        ykstd_MapNode* next = node->Next();
+        ykstd_MapNode*& head = data1[hash(node, count)];
+        node->Next() = head;
+        head = node;
+        node = next;
       }
     }
   }
+  FreeBucketArray(mBack);
+  mBack = nullptr;
   EndResize(n, count, data1, data2);
-  mReversed = 0;
 }
 
-void ykstd_BasicMap::GrowIndex(EntryHash hash) noexcept {
-  std::int64_t size = 2 * static_cast<std::int64_t>(mExtent) + 1;
-  if (size > INT32_MAX) size = INT32_MAX;
-  auto** index = static_cast<ykstd_MapEntry**>(std::calloc(static_cast<std::size_t>(size), sizeof(ykstd_MapEntry*)));
-  // Without memory for a larger index the old one (or the chains) still find every key.
-  if (!index) return;
-  const auto slots = static_cast<std::int32_t>(size);
-  for (std::int64_t b = 0; b <= mNbBuckets; ++b) {
-    for (ykstd_MapNode* p = mBuckets[b]; p; p = p->Next()) {
-      auto* entry = static_cast<ykstd_MapEntry*>(p);
-      ykstd_MapEntry*& slot = index[hash(entry, slots)];
-      entry->mIndexNext = slot;
-      slot = entry;
+void ykstd_BasicMap::Link(ykstd_MapNode* node, std::int32_t bucket, std::uint32_t slot,
+                          std::int32_t fullHash) noexcept {
+  ykstd_MapNode*& top = mReversed ? mBack[bucket] : mBuckets[bucket];
+  node->Next() = top;
+  top = node;
+  if (mReversed) ++mBackCount;
+  if (mIndex) mIndex[slot] = IndexSlot{node, fullHash};
+  ++mExtent;
+}
+
+void ykstd_BasicMap::Unlink(ykstd_MapNode* node, std::int32_t bucket, std::uint32_t slot) noexcept {
+  if (!Unchained(mBuckets[bucket], node) && mBack && Unchained(mBack[bucket], node)) --mBackCount;
+  if (mIndex) {
+    // Close the gap: later entries of the probe run move back unless that would put them before
+    // their home slot.
+    const std::uint32_t mask = IndexMask();
+    std::uint32_t hole = slot;
+    for (std::uint32_t j = (hole + 1) & mask; mIndex[j].node; j = (j + 1) & mask) {
+      const std::uint32_t home = IndexHome(mIndex[j].hash);
+      const bool stays = hole <= j ? (hole < home && home <= j) : (hole < home || home <= j);
+      if (!stays) {
+        mIndex[hole] = mIndex[j];
+        hole = j;
+      }
     }
+    mIndex[hole] = IndexSlot{nullptr, 0};
   }
-  std::free(mIndex);
-  mIndex = index;
-  mIndexSize = slots;
+  --mExtent;
+  delete node;
 }
 
-void ykstd_BasicMap::PrepareInsert(EntryHash hash, const char* operation) {
+void ykstd_BasicMap::GrowIndex(NodeHash hash) noexcept {
+  int bits = 4;
+  while (bits < 31 && (std::uint64_t{1} << bits) < 2 * (static_cast<std::uint64_t>(mExtent) + 1)) ++bits;
+  auto* index = static_cast<IndexSlot*>(std::calloc(std::size_t{1} << bits, sizeof(IndexSlot)));
+  if (!index) {
+    // Lookups can always fall back on the chains; a nearly full index could not end a probe.
+    if (mIndex && (static_cast<std::uint64_t>(mExtent) + 1) * 10 > (std::uint64_t{1} << mIndexBits) * 9) {
+      std::free(mIndex);
+      mIndex = nullptr;
+      mIndexBits = 0;
+    }
+    return;
+  }
+  IndexSlot* const old = mIndex;
+  const std::uint64_t oldSize = old ? std::uint64_t{1} << mIndexBits : 0;
+  mIndex = index;
+  mIndexBits = bits;
+  const std::uint32_t mask = IndexMask();
+  auto place = [&](ykstd_MapNode* node, std::int32_t fullHash) {
+    std::uint32_t i = IndexHome(fullHash);
+    while (mIndex[i].node) i = (i + 1) & mask;
+    mIndex[i] = IndexSlot{node, fullHash};
+  };
+  if (old) {
+    for (std::uint64_t i = 0; i < oldSize; ++i)
+      if (old[i].node) place(old[i].node, old[i].hash);
+    std::free(old);
+    return;
+  }
+  for (std::int64_t b = 0; b <= mNbBuckets; ++b) {
+    for (ykstd_MapNode* node = mBuckets[b]; node; node = node->Next()) place(node, hash(node, INT32_MAX));
+    if (mBack)
+      for (ykstd_MapNode* node = mBack[b]; node; node = node->Next()) place(node, hash(node, INT32_MAX));
+  }
+}
+
+void ykstd_BasicMap::PrepareInsert(NodeHash hash, const char* operation) {
   if (mExtent == 0 || mNbBuckets < mExtent) Rebuild(mExtent, hash);
   if (!mBuckets) ykstd_fail_OutOfMemory::Raise(operation);
-  // Past the top rung the chains only grow longer; from there lookups go through the index.
-  if (mIndex ? mExtent >= mIndexSize : (mNbBuckets >= mLadderTop && mExtent >= mNbBuckets)) GrowIndex(hash);
+  // Past the top rung the chains only grow longer; from there keys are found through the index.
+  const auto next = static_cast<std::uint64_t>(mExtent) + 1;
+  if (mIndex ? next * 5 > (std::uint64_t{1} << mIndexBits) * 3 : (mNbBuckets >= mLadderTop && mExtent >= mNbBuckets))
+    GrowIndex(hash);
 }
 
 void ykstd_BasicMap::Statistics(std::ostream& out) const {
@@ -221,8 +278,7 @@ void ykstd_BasicMap::Statistics(std::ostream& out) const {
     // Chains of 256 keys and more get counters of their own rather than overflowing the table.
     std::vector<std::int64_t> counts(256, 0);
     for (std::int64_t b = 0; b <= mNbBuckets; ++b) {
-      std::size_t length = 0;
-      for (const ykstd_MapNode* p = mBuckets ? mBuckets[b] : nullptr; p; p = p->Next()) ++length;
+      const std::size_t length = mBuckets ? Length(mBuckets[b]) + (mBack ? Length(mBack[b]) : 0) : 0;
       if (length >= counts.size()) counts.resize(length + 1, 0);
       ++counts[length];
     }
@@ -243,9 +299,11 @@ void ykstd_BasicMap::Statistics(std::ostream& out) const {
 // ---- ykstd_BasicMapIterator ----
 
 void ykstd_BasicMapIterator::Initialize(const ykstd_BasicMap& map) noexcept {
+  // Chains come in iteration order only as single stacks; a map that nobody changes during the
+  // walk keeps them so.
+  map.Normalize();
   mNbBuckets = map.mNbBuckets;
   mBuckets = map.mBuckets;
-  mBackward = map.mReversed;
   Reset();
 }
 
@@ -258,19 +316,13 @@ void ykstd_BasicMapIterator::Settle() noexcept {
   mNode = nullptr;
   if (!mBuckets) return;
   for (; mBucket < mNbBuckets; ++mBucket) {
-    if (ykstd_MapNode* head = mBuckets[mBucket]) {
-      mNode = mBackward ? static_cast<ykstd_MapEntry*>(head)->mPrev : head;
-      return;
-    }
+    if ((mNode = mBuckets[mBucket])) return;
   }
 }
 
 void ykstd_BasicMapIterator::Next() noexcept {
   if (!mNode) return;
-  if (mBackward)
-    mNode = mNode == mBuckets[mBucket] ? nullptr : static_cast<ykstd_MapEntry*>(mNode)->mPrev;
-  else
-    mNode = mNode->Next();
+  mNode = mNode->Next();
   if (!mNode) {
     ++mBucket;
     Settle();
@@ -281,38 +333,36 @@ void ykstd_BasicMapIterator::Next() noexcept {
 
 namespace ykstd_detail {
 
-// The stored form of a set is its extent as a long, then each key in iterator order by the
-// member's KeyForm; loading Adds each key without clearing. A data map stores its extent, then
-// key and value of each node by KeyForm and ValueForm; loading Binds each pair. The archive
-// brings the forms and the loop.
+// The stored form of a map: its extent as a long, then for each node in iterator order the key by
+// the member's KeyForm and, in a data map, the value by its ValueForm. Loading Adds or Binds each
+// entry without clearing; a key that cannot be stored (a null handle) is dropped again.
 template <class Map>
-void SerializeMap(Map& map, ykstd_Archive& archive, const char*) {
+void SerializeMap(Map& map, ykstd_Archive& archive) {
   using Store = ykstd_CollectionStore;
   using KeyForm = typename Map::KeyForm;
-  using Key = typename Map::KeyType;
-  if constexpr (requires { typename Map::ValueForm; }) {
-    using ValueForm = typename Map::ValueForm;
-    using Value = typename Map::ValueType;
-    if (Store::IsLoading(archive)) {
-      const std::int32_t count = Store::LoadLong(archive);
-      for (std::int32_t k = 0; k < count; ++k) {
-        Key key{};
-        Value value{};
-        Store::Load(archive, KeyForm{}, key);
-        Store::Load(archive, ValueForm{}, value);
+  constexpr bool kIsDataMap = requires { typename Map::ValueForm; };
+  if (Store::IsLoading(archive)) {
+    const std::int32_t count = Store::LoadLong(archive);
+    for (std::int32_t k = 0; k < count; ++k) {
+      typename Map::KeyType key{};
+      Store::Load(archive, KeyForm{}, key);
+      if constexpr (kIsDataMap) {
+        typename Map::ValueType value{};
+        Store::Load(archive, typename Map::ValueForm{}, value);
         map.Bind(key, value);
-      }
-    } else {
-      Store::StoreLong(archive, map.Extent());
-      for (ykstd_DataMapIteratorOf<Map> it(map); it.More(); it.Next()) {
-        Store::Store(archive, KeyForm{}, it.Key());
-        Store::Store(archive, ValueForm{}, it.Value());
+      } else {
+        map.Add(key);
       }
     }
-  } else if (Store::IsLoading(archive)) {
-    Store::LoadEach<KeyForm, Key>(archive, Store::LoadLong(archive), [&map](const Key& key) { map.Add(key); });
+    return;
+  }
+  Store::StoreLong(archive, map.Extent());
+  if constexpr (kIsDataMap) {
+    for (ykstd_DataMapIteratorOf<Map> it(map); it.More(); it.Next()) {
+      Store::Store(archive, KeyForm{}, it.Key());
+      Store::Store(archive, typename Map::ValueForm{}, it.Value());
+    }
   } else {
-    Store::StoreLong(archive, map.Extent());
     for (ykstd_MapIteratorOf<Map> it(map); it.More(); it.Next()) Store::Store(archive, KeyForm{}, it.Key());
   }
 }
@@ -321,7 +371,7 @@ void SerializeMap(Map& map, ykstd_Archive& archive, const char*) {
 
 #define YKSTD_MAP_MEMBER_TYPES(NODE, NAME)  \
   YKSTD_IMPLEMENT_TYPE(NODE, ykstd_MapNode) \
-  void ykstd_##NAME::Serialize(ykstd_Archive& archive) { ykstd_detail::SerializeMap(*this, archive, "ykstd_" #NAME); }
+  void ykstd_##NAME::Serialize(ykstd_Archive& archive) { ykstd_detail::SerializeMap(*this, archive); }
 #define YKSTD_MAP_SET_TYPES(NAME) YKSTD_MAP_MEMBER_TYPES(ykstd_StdMapNodeOf##NAME, NAME)
 #define YKSTD_MAP_DATAMAP_TYPES(NAME) YKSTD_MAP_MEMBER_TYPES(ykstd_DataMapNodeOf##NAME, NAME)
 

@@ -4,10 +4,14 @@
 
 #include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Debug.hxx>
+#include <ykstd/ykstd_ErrorHandler.hxx>
+#include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
+
+#include "ykstd_ExpressionInput.hxx"
 
 namespace ykstd_detail {
 void LoadAddinModule(const char* format, HINSTANCE& module);
@@ -44,16 +48,40 @@ struct UiModule {
 bool ykstd_Debug::mIsOn = true;
 std::fstream ykstd_Debug::mLogFile;
 std::fstream ykstd_Debug::mNulFile;
+unsigned char ykstd_Debug::mStatusFlag = ykstd_Debug::StatusUnopened;
+std::int16_t ykstd_Debug::mIndent = 0;
+// The timer's clock rate: constants until the first timer asks the platform.
+std::int64_t ykstd_Timer::mFrequency = 10000000;
+bool ykstd_Timer::mInitFrequency = true;
+bool ykstd_Timer::mPerfCounterInstalled = false;
 
 // 3. ykstd_Debug::mStats: the statistics table of the debug log.
+std::map<std::string, std::unique_ptr<ykstd_DebugStat>> ykstd_Debug::mStats;
 
 // 4. ykstd_Debug::mCallStack: the call trace of the debug log.
+std::vector<std::string> ykstd_Debug::mCallStack;
 
 // 5. ykstd_Debug::mPrfName: the profile file's name.
+std::string ykstd_Debug::mPrfName;
 
 // 6. The error handler.
+namespace {
+ykstd_ErrorHandler errorHandler;
+}  // namespace
+namespace ykstd_detail {
+ykstd_ErrorHandler& ErrorHandlerInstance() { return errorHandler; }
+}  // namespace ykstd_detail
 
 // 7. The expression evaluator and its stack.
+namespace {
+ykstd_detail::ExprStatics expressionStatics;
+ykstd_Expression expressionInstance;
+}  // namespace
+
+namespace ykstd_detail {
+ExprStatics& ExpressionStatics() { return expressionStatics; }
+ykstd_Expression& ExpressionInstance() { return expressionInstance; }
+}  // namespace ykstd_detail
 
 // 8. The failure thrown when no memory is left for a new one: made now, while memory can be had,
 //    and never released before the handles below.
