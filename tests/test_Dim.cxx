@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -8,8 +9,11 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <ykstd/ykstd.hxx>
+
+#include "MemStorage.hxx"
 
 using namespace ykenum;
 
@@ -414,4 +418,124 @@ TEST(DimValue, UnitListingsAppendInListingOrder) {
   std::string text;
   for (std::int32_t i = 1; i <= names.Length(); ++i) text += std::string(names.Value(i).Text()) + "|";
   EXPECT_EQ(text, "M|BSP|BSW|BSF|UNC|NPT|mm|\"|deg|rad|mm2|in2|M|BSP|BSW|BSF|UNC|NPT|");
+}
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// Stores and loads dimensions through a stream in memory, with a schema that holds `dimVersion`
+// for ykstd_Dim (none when negative).
+class DimStoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ykstd_Debug::SwitchOn(false); }
+  void TearDown() override {
+    ykstd_Schema::Destroy();
+    ykstd_Debug::SwitchOn(true);
+  }
+  void UseSchema(std::int16_t dimVersion) {
+    ykstd_test::MemStorage schemaStorage;
+    {
+      ykstd_Archive ar(&schemaStorage, "YKSchema", 1, 4096, nullptr);
+      ar.Write("YKS", 4);
+      ar << std::int32_t{1} << ykstd_AsciiString("ykstd") << std::int32_t{dimVersion < 0 ? 1 : 2}
+         << ykstd_AsciiString("Date") << std::int16_t{0};
+      if (dimVersion >= 0) ar << ykstd_AsciiString("Dim") << dimVersion;
+    }
+    ASSERT_EQ(ykstd_Schema::Load(IStoragePtr(&schemaStorage)), 0);
+  }
+  Bytes Store(const ykstd_Dim& dim) {
+    storage.streams.erase(L"s");
+    {
+      ykstd_Archive ar(&storage, "s", 1, 4096, nullptr);
+      ar << dim;
+    }
+    return storage.Bytes(L"s");
+  }
+  ykstd_Dim Load(const Bytes& bytes, std::int32_t dataVersion, ykstd_Dim into = ykstd_Dim(7.0, 8.0, 9.0, UnitDeg)) {
+    storage.Bytes(L"s") = bytes;
+    ykstd_Archive ar(&storage, "s", 2, 4096, nullptr);
+    ar.dataVersion = dataVersion;
+    ar >> into;
+    return into;
+  }
+  static Bytes DoubleBytes(double value) {
+    Bytes bytes(8);
+    std::memcpy(bytes.data(), &value, 8);  // the archive is little-endian, as this machine
+    return bytes;
+  }
+
+  ykstd_test::MemStorage storage;
+};
+
+Bytes Joined(std::initializer_list<Bytes> parts) {
+  Bytes all;
+  for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+}  // namespace
+
+TEST_F(DimStoreTest, PlainValueStoresFlagUnitValueAndMarker) {
+  UseSchema(0);
+  const Bytes bytes = Store(ykstd_Dim(12.5, UnitMM));
+  EXPECT_EQ(bytes, Joined({{0x00, 0x00}, DoubleBytes(0.0125), {0x0C, 0x0E}}));
+  ExpectFields(Load(bytes, 16), 0.0125, 0.0, 0.0, UnitMM);
+  // Before data version 16 there is no marker to read.
+  ExpectFields(Load(Joined({{0x00, 0x0B}, DoubleBytes(90.0)}), 15), 90.0, 0.0, 0.0, UnitDeg);
+}
+
+TEST_F(DimStoreTest, RangeStoresMaxAndStep) {
+  UseSchema(0);
+  const Bytes bytes = Store(kMMRange);
+  EXPECT_EQ(bytes, Joined({{0x01, 0x00}, DoubleBytes(0.01), DoubleBytes(0.02), DoubleBytes(0.0025), {0x0C, 0x0E}}));
+  ExpectFields(Load(bytes, 16), 0.01, 0.02, 0.0025, UnitMM);
+  // Max alone is no range, so it is not stored.
+  EXPECT_EQ(Store(ykstd_Dim(1.0, 5.0, 0.0, UnitNone)), Joined({{0x00, 0x0C}, DoubleBytes(1.0), {0x0C, 0x0E}}));
+  // An area has a stored form although it has no tag form.
+  ExpectFields(Load(Store(ykstd_Dim(3.0, 0.0, 0.0, UnitIn2)), 20), 3.0, 0.0, 0.0, UnitIn2);
+}
+
+TEST_F(DimStoreTest, BadVersionsAndMarkersFailAndLeaveTheValue) {
+  UseSchema(0);
+  const ykstd_Dim before(7.0, 8.0, 9.0, UnitDeg);
+  ykstd_Dim into = before;
+  const Bytes wrongMarker = Joined({{0x00, 0x00}, DoubleBytes(1.0), {0x0E, 0x0C}});
+  EXPECT_EQ(FailureOf([&] { into = Load(wrongMarker, 16); }),
+            "EXCEPTION ykstd_fail_FileIO (Invalid File Format) : ykstd_Dim: expected end of class");
+  ExpectFields(into, 7.0, 8.0, 9.0, UnitDeg);
+  ExpectFields(Load(wrongMarker, 15), 1.0, 0.0, 0.0, UnitMM);
+
+  UseSchema(1);
+  EXPECT_EQ(FailureOf([&] { into = Load(Store(ykstd_Dim(1.0, UnitMM)), 16); }),
+            "EXCEPTION ykstd_fail_FileIO (Bad Class Version) : ykstd_Dim: bad class version [1]");
+  UseSchema(-1);
+  EXPECT_EQ(FailureOf([&] { into = Load(Store(ykstd_Dim(1.0, UnitMM)), 16); }),
+            "EXCEPTION ykstd_fail_FileIO (Bad Class Version) : ykstd_Dim: bad class version [-1]");
+  ExpectFields(into, 7.0, 8.0, 9.0, UnitDeg);
+  EXPECT_EQ(ykstd_Dim().ConvertVersion(3), 0);
+}
+
+TEST(DimText, UnitNamesAsciiAndFromMessages) {
+  const char* ascii[] = {"mm", "\"", "mm2", "in2", "M", "BSP", "BSF", "BSW", "NPT", "UNC", "rad", "deg", ""};
+  const std::int32_t messages[] = {500, 501, 504, 505, 506, 507, 509, 508, 511, 510, 503, 502, 0};
+  for (int unit = 0; unit <= 12; ++unit) {
+    const ykstd_AsciiString name = ykstd_Dim::UnitToString(static_cast<Unit>(unit), 0);
+    EXPECT_EQ(std::string(name.Length() ? name.Text() : ""), ascii[unit]);
+    const ykstd_AsciiString local = ykstd_Dim::UnitToString(static_cast<Unit>(unit), 1);
+    const ykstd_AsciiString expected = messages[unit] ? ykstd_MsgEx::Get(messages[unit]) : ykstd_AsciiString();
+    EXPECT_TRUE(local.IsEqual(expected)) << unit;
+    EXPECT_EQ(ykstd_Dim::StringToUnit(name, 0), static_cast<Unit>(unit));
+  }
+  EXPECT_EQ(FailureOf([] { ykstd_Dim::UnitToString(static_cast<Unit>(13), 0); }),
+            ProgramError("ykstd_Dim::UnitToString"));
+  EXPECT_EQ(ykstd_Dim::StringToUnit(ykstd_AsciiString("MM"), 0), UnitNone);
+  EXPECT_EQ(ykstd_Dim::StringToUnit(ykstd_AsciiString(), 1), UnitNone);
+  EXPECT_EQ(ykstd_Dim::StringToUnit(ykstd_MsgEx::Get(507), 1), UnitThreadBSP);
+
+  // The local display text takes the message text where the ASCII one has the fixed name.
+  const std::string local = ykstd_Dim(12.5, UnitMM).ToLocalString(1, 1).Text();
+  EXPECT_EQ(local, std::string("12.5 ") + ykstd_MsgEx::Get(500).Text());
+  EXPECT_EQ(std::string(ykstd_Dim(12.0, UnitThreadM).ToLocalString(0, 1).Text()),
+            std::string(ykstd_MsgEx::Get(506).Text()) + " 12");
 }

@@ -1,9 +1,14 @@
 // The whole public API of ykstd.
 #pragma once
 
+#include <ykstd/platform/CString.hxx>
 #include <ykstd/platform/Host.hxx>
+#include <ykstd/platform/MessageBox.hxx>
+#include <ykstd/platform/Module.hxx>
+#include <ykstd/platform/Registry.hxx>
 #include <ykstd/platform/Storage.hxx>
 #include <ykstd/platform/Unknown.hxx>
+#include <ykstd/platform/WinError.hxx>
 #include <ykstd/platform/WinTypes.hxx>
 #include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_Arr1.hxx>
@@ -16,6 +21,7 @@
 #include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_MapNode.hxx>
+#include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 
+#include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Export.hxx>
 
 class YKSTD_EXPORT ykstd_AsciiString {
@@ -105,6 +106,11 @@ class YKSTD_EXPORT ykstd_AsciiString {
 
   void Print(std::ostream& out) const;
   void Read(std::istream& in);
+
+  // The string resource `id` of `module` (null: the program's own texts); empty when missing.
+  ykstd_AsciiString(HINSTANCE module, unsigned int id);
+  // Loads as that constructor does and gives 1; 0, with the string unchanged, when the load fails.
+  unsigned char LoadAsciiString(HINSTANCE module, unsigned int id);
 
  private:
   // Replaces the buffer by one of `length` bytes holding `length` bytes of `bytes` (cut at MaxLength).

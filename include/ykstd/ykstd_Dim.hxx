@@ -92,5 +92,9 @@ class YKSTD_EXPORT ykstd_Dim {
   unsigned char unit_;
 };
 
+// The stored form, by Serialize.
+YKSTD_EXPORT ykstd_Archive& operator<<(ykstd_Archive& archive, const ykstd_Dim& dim);
+YKSTD_EXPORT ykstd_Archive& operator>>(ykstd_Archive& archive, ykstd_Dim& dim);
+// The tag form, by Write and Read.
 YKSTD_EXPORT std::ostream& operator<<(std::ostream& out, const ykstd_Dim& dim);
 YKSTD_EXPORT std::istream& operator>>(std::istream& in, ykstd_Dim& dim);

@@ -1,6 +1,7 @@
 #include <cstring>
 #include <ostream>
 
+#include <ykstd/platform/CString.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 
@@ -102,4 +103,15 @@ void ykstd_AsciiString::Print(std::ostream& out) const {
 std::ostream& operator<<(std::ostream& out, const ykstd_AsciiString& s) {
   s.Print(out);
   return out;
+}
+
+ykstd_AsciiString::ykstd_AsciiString(HINSTANCE module, unsigned int id) : text_(nullptr), length_(0) {
+  LoadAsciiString(module, id);
+}
+
+unsigned char ykstd_AsciiString::LoadAsciiString(HINSTANCE module, unsigned int id) {
+  CString text;
+  if (!text.LoadString(module, id)) return 0;
+  *this = ykstd_AsciiString(text.GetString());
+  return 1;
 }

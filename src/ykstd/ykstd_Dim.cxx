@@ -7,8 +7,11 @@
 #include <ostream>
 #include <string>
 
+#include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_MsgEx.hxx>
+#include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
@@ -317,6 +320,53 @@ ykstd_Dim ykstd_Dim::Sqrt() const {
   return ykstd_Dim(std::sqrt(value_), 0.0, 0.0, unit_ == ykenum::UnitMM2 ? ykenum::UnitMM : ykenum::UnitInch);
 }
 
+// ---- stored form ----
+
+void ykstd_Dim::Serialize(ykstd_Archive& archive) {
+  if (archive.IsStoring()) {
+    const unsigned char range = step_ > 0.0 ? 1 : 0;
+    archive << range << unit_ << value_;
+    if (range) archive << max_ << step_;
+    archive << static_cast<std::uint16_t>(EOC);
+    return;
+  }
+  const ykstd_AsciiString className("ykstd_Dim");
+  const std::int32_t version = ykstd_Schema::ClassVersion(className);
+  if (version < 0 || version > ykstd_Schema::LastClassVersion(className)) {
+    ykstd_TextStream text;
+    text << "ykstd_Dim: bad class version [" << version << "]";
+    ykstd_fail_FileIO::Raise(text, 16);
+  }
+  unsigned char range = 0;
+  unsigned char unit = 0;
+  double value = 0.0;
+  double max = 0.0;
+  double step = 0.0;
+  archive >> range >> unit >> value;
+  if (range) archive >> max >> step;
+  if (archive.dataVersion >= 16) {
+    std::uint16_t marker = 0;
+    archive >> marker;
+    if (marker != static_cast<std::uint16_t>(EOC)) ykstd_fail_FileIO::Raise("ykstd_Dim: expected end of class", 17);
+  }
+  value_ = value;
+  max_ = max;
+  step_ = step;
+  unit_ = unit;
+}
+
+ykstd_Archive& operator<<(ykstd_Archive& archive, const ykstd_Dim& dim) {
+  // Storing leaves the object as it is; a copy keeps a loading archive off a const object.
+  ykstd_Dim copy(dim);
+  copy.Serialize(archive);
+  return archive;
+}
+
+ykstd_Archive& operator>>(ykstd_Archive& archive, ykstd_Dim& dim) {
+  dim.Serialize(archive);
+  return archive;
+}
+
 // ---- display text ----
 
 namespace {
@@ -397,7 +447,7 @@ ykstd_AsciiString ykstd_Dim::RoundedString(double number, std::int32_t decimals)
 ykstd_AsciiString ykstd_Dim::UnitToString(ykenum::Unit unit, unsigned char local) {
   if (unit >= kUnitCount) ykstd_fail_ProgramError::Raise("ykstd_Dim::UnitToString");
   const UnitName& name = kUnitNames[unit];
-  (void)local;  // message texts come with the resource module
+  if (local && name.message != 0) return ykstd_MsgEx::Get(name.message);
   return ykstd_AsciiString(name.ascii);
 }
 

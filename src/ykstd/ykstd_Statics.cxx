@@ -2,6 +2,7 @@
 // C++ destroys them in the reverse order at unload, which is the order of release we want, so
 // keep them all in this one file and add new ones at their place in the sequence.
 
+#include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
@@ -10,14 +11,43 @@
 
 #include "ykstd_ExpressionInput.hxx"
 
-// 1. The add-in's ui module.
+namespace ykstd_detail {
+void LoadAddinModule(const char* format, HINSTANCE& module);
+}
+
+// The resource module, loaded by the sessions; constant-initialised, so it is null before anything
+// here runs.
+HINSTANCE theCatResDllInst = nullptr;
+
+// 1. The add-in's ui module: looked up in the add-in's folder now, freed last at unload.
+HINSTANCE theResDLLInst = nullptr;
+namespace {
+struct UiModule {
+  UiModule() {
+    theResDLLInst = nullptr;
+#if defined(_WIN32)
+    ykstd_detail::LoadAddinModule("%sykui.dll", theResDLLInst);
+#else
+    ykstd_detail::LoadAddinModule("%sykui.so", theResDLLInst);
+#endif
+  }
+  ~UiModule() {
+    if (theResDLLInst) FreeLibrary(theResDLLInst);
+    theResDLLInst = nullptr;
+  }
+} uiModule;
+}  // namespace
 
 // 2. The log streams, unopened until the first trace opens the log.
 bool ykstd_Debug::mIsOn = true;
 std::fstream ykstd_Debug::mLogFile;
 std::fstream ykstd_Debug::mNulFile;
 
-// 3-5. Statistics, call stack and profile name of the debug log.
+// 3. ykstd_Debug::mStats: the statistics table of the debug log.
+
+// 4. ykstd_Debug::mCallStack: the call trace of the debug log.
+
+// 5. ykstd_Debug::mPrfName: the profile file's name.
 
 // 6. The error handler.
 
