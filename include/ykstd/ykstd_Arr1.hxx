@@ -113,11 +113,9 @@ class YKSTD_EXPORT ykstd_Array1 {
       mUpperBound = ykstd_CollectionStore::LoadLong(archive);
       if (Count() < 1) return;
       MakeStorage(true);
-      for (std::int64_t i = mLowerBound; i <= mUpperBound; ++i) {
-        T value{};
-        ykstd_CollectionStore::Load(archive, Form{}, value);
-        SetValue(static_cast<std::int32_t>(i), value);
-      }
+      std::int64_t i = mLowerBound;  // wide: it steps past an upper bound of INT32_MAX
+      ykstd_CollectionStore::LoadEach<Form, T>(
+          archive, Length(), [this, &i](const T& value) { SetValue(static_cast<std::int32_t>(i++), value); });
     } else {
       if (Count() >= 1) Value(mLowerBound);
       ykstd_CollectionStore::StoreLong(archive, mLowerBound);

@@ -61,4 +61,15 @@ class YKSTD_EXPORT ykstd_CollectionStore {
   static void Load(ykstd_Archive& archive, ykstd_FormNested, T& value) {
     value.Serialize(archive);
   }
+
+  // Reads `count` elements of form Form one after the other and hands each to `take`; a count
+  // under 1 reads nothing.
+  template <class Form, class T, class Take>
+  static void LoadEach(ykstd_Archive& archive, std::int32_t count, Take&& take) {
+    for (std::int32_t k = 0; k < count; ++k) {
+      T value{};
+      Load(archive, Form{}, value);
+      take(value);
+    }
+  }
 };

@@ -90,8 +90,20 @@ class YKSTD_EXPORT ykstd_BaseSequence {
 
   // The node at i, or null outside 1..Length(); leaves the remembered position alone.
   ykstd_SeqNode* Find(std::int32_t i) const;
-  // Find for a position known to be in range, remembering it.
-  ykstd_SeqNode* Reach(std::int32_t i) const;
+  // Find for a position known to be in range, remembering it. The neighbours of the remembered
+  // node are taken inline: that is every step of a scan.
+  ykstd_SeqNode* Reach(std::int32_t i) const {
+    ykstd_SeqNode* node = mCurrentItem;
+    if (node && i == mCurrentIndex + 1)
+      node = node->Next();
+    else if (node && i == mCurrentIndex - 1)
+      node = node->Previous();
+    else if (!node || i != mCurrentIndex)
+      node = Find(i);
+    mCurrentItem = node;
+    mCurrentIndex = i;
+    return node;
+  }
 
   void PAppend(ykstd_SeqNode* node);
   void PAppend(ykstd_BaseSequence& other);
@@ -195,12 +207,8 @@ class YKSTD_EXPORT ykstd_Sequence : public ykstd_BaseSequence {
   void Serialize(ykstd_Archive& archive) override {
     if (ykstd_CollectionStore::IsLoading(archive)) {
       Clear();
-      const std::int32_t count = ykstd_CollectionStore::LoadCount(archive);
-      for (std::int32_t k = 0; k < count; ++k) {
-        T value{};
-        ykstd_CollectionStore::Load(archive, Form{}, value);
-        Append(value);
-      }
+      ykstd_CollectionStore::LoadEach<Form, T>(archive, ykstd_CollectionStore::LoadCount(archive),
+                                               [this](const T& value) { Append(value); });
     } else {
       ykstd_CollectionStore::StoreCount(archive, mSize);
       for (ykstd_SeqNode* node = mFirstItem; node; node = node->Next())

@@ -65,13 +65,6 @@ ykstd_SeqNode* ykstd_BaseSequence::Find(std::int32_t i) const {
   return WalkNext(mCurrentItem, i - current);
 }
 
-ykstd_SeqNode* ykstd_BaseSequence::Reach(std::int32_t i) const {
-  ykstd_SeqNode* node = Find(i);
-  mCurrentItem = node;
-  mCurrentIndex = i;
-  return node;
-}
-
 void ykstd_BaseSequence::SpliceBack(ykstd_SeqNode* head, ykstd_SeqNode* tail, std::int32_t count) {
   head->Previous() = mLastItem;
   tail->Next() = nullptr;
