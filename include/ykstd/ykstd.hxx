@@ -16,6 +16,7 @@
 #include <ykstd/ykstd_CollectionStore.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Dim.hxx>
+#include <ykstd/ykstd_DimSeq.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_Expression.hxx>

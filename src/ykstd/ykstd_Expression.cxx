@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include <ykstd/ykstd_Expression.hxx>
@@ -108,7 +109,10 @@ ExprError ykstd_Expression::Evaluate(const ykstd_AsciiString& text, ykstd_Dim& r
   self.error_ = ExprNoError;
   try {
     if (statics.input) {
-      statics.Push(new ykstd_detail::ExprSavedState{statics.input, self.value_, self.name_, self.token_, nullptr});
+      std::unique_ptr<ykstd_detail::ExprSavedState> record(
+          new ykstd_detail::ExprSavedState{statics.input, self.value_, self.name_, self.token_});
+      statics.saved.Push(record.get());
+      record.release();
       statics.input = nullptr;
     }
     statics.input = ExprInput::Create(text.Text(), text.Length());
