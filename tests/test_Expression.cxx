@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <random>
 #include <sstream>
 #include <string>
@@ -10,6 +13,7 @@
 #include <ykstd/ykstd.hxx>
 
 #include "../src/ykstd/ykstd_ExpressionInput.hxx"
+#include "RaisedText.hxx"
 
 namespace {
 
@@ -396,23 +400,12 @@ TEST_F(ExpressionTest, FunctionClassAndDefaults) {
   EXPECT_FALSE(Hnd_ykstd_fnc_Function::DownCast(Hnd_ykstd_Transient(f)).IsNull());
 
   ykstd_Dim result;
-  const std::pair<std::function<void()>, const char*> defaults[] = {
-      {[&] { f->Compute(1, result); },
-       "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT) : method not redefined"},
-      {[&] { f->Compute(result, result); },
-       "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(DIM) : method not redefined"},
-      {[&] { f->Compute(1, 2, result); },
-       "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT,INT) : method not redefined"},
-  };
-  for (const auto& [call, text] : defaults) {
-    try {
-      call();
-      ADD_FAILURE() << text;
-    } catch (Hnd_ykstd_fail_ProgramError& failure) {
-      EXPECT_STREQ(failure->Message().Text(), text);
-      failure->Remove();
-    }
-  }
+  EXPECT_EQ(RaisedText([&] { f->Compute(1, result); }),
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT) : method not redefined");
+  EXPECT_EQ(RaisedText([&] { f->Compute(result, result); }),
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(DIM) : method not redefined");
+  EXPECT_EQ(RaisedText([&] { f->Compute(1, 2, result); }),
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT,INT) : method not redefined");
 
   // Reached from an expression, the failure becomes an error code and is forgotten.
   ykstd_Expression::AddFunction(f);
@@ -504,6 +497,24 @@ TEST_F(ExpressionTest, ErrorsOfFunctionsAndAllMessages) {
   }
   // A function's error does not replace an earlier one.
   ExpectError("1/0+KK(1,1)", ExprDivisionByNull);
+}
+
+TEST_F(ExpressionTest, BrokenRegistrationsEndInInvalidOperation) {
+  const std::string path = ::testing::TempDir() + "ykstd_expression_log.txt";
+  ykstd_Debug::mLogFile.open(path, std::ios::out | std::ios::trunc);
+  ykstd_Debug::SwitchOn(true);
+  ykstd_Expression::AddFunction(Hnd_ykstd_fnc_Function());
+  ExpectError("x(1)", ExprInvalidOperation);
+  ykstd_Expression::Init();
+  ykstd_Expression::AddFunction(new Bare("odd", static_cast<ArgType>(7)));
+  ExpectError("1+odd(1)", ExprInvalidOperation);
+  ExpectValue("sin(rad(0))", 0, UnitNone);  // built-ins are not searched for in the registry
+  ykstd_Debug::mLogFile.close();
+  ykstd_Debug::mLogFile.clear();
+  std::ifstream in(path);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}),
+            "EXCEPTION ykstd_fail_NullObject : NULL_HANDLE\n"
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_Expression::EvalPrim: invalid function type\n");
 }
 
 // Evaluates a text of its own from inside Compute.
