@@ -5,6 +5,8 @@
 #include <ykstd/platform/Host.hxx>
 #include <ykstd/platform/MessageBox.hxx>
 #include <ykstd/platform/Module.hxx>
+#include <ykstd/platform/Nls.hxx>
+#include <ykstd/platform/OleAuto.hxx>
 #include <ykstd/platform/Registry.hxx>
 #include <ykstd/platform/Storage.hxx>
 #include <ykstd/platform/Unknown.hxx>

@@ -1,4 +1,9 @@
 // The library's narrow text: one exact-fit buffer, a 16-bit length, positions from 1.
+//
+// Empty comes in two forms: a null text (made empty), or a one-byte buffer holding the NUL (left
+// empty by Remove or Split). Every operation accepts both; Length() < 1 tells emptiness.
+// Text runs on a single-byte code page whose collation is plain byte order, so the character
+// operations are the byte operations.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +12,14 @@
 #include <ykstd/platform/Module.hxx>
 #include <ykstd/ykstd_Export.hxx>
 
+class _bstr_t;
+
 class YKSTD_EXPORT ykstd_AsciiString {
  public:
-  // The longest text a string holds; longer input is cut to it.
+  // The longest text a string holds; results that would be longer keep their first MaxLength bytes.
   static constexpr std::int32_t MaxLength = 32767;
-  // Size of the shared scratch buffer; results built in it hold at most ScratchSize - 1 bytes.
+  // Size of the scratch buffer through which Cat, the number constructors, Read and SetValue past
+  // the end build their results: those results keep at most ScratchSize - 1 bytes.
   static constexpr std::int32_t ScratchSize = 4096;
 
   ykstd_AsciiString() noexcept : text_(nullptr), length_(0) {}
@@ -26,6 +34,7 @@ class YKSTD_EXPORT ykstd_AsciiString {
   ykstd_AsciiString(std::int32_t length, char filler);
   ykstd_AsciiString(double value, std::int32_t precision);
   explicit ykstd_AsciiString(const wchar_t* text);
+  explicit ykstd_AsciiString(const _bstr_t& text);
   ~ykstd_AsciiString() { Destroy(); }
 
   ykstd_AsciiString& operator=(const ykstd_AsciiString& other) {
@@ -66,14 +75,16 @@ class YKSTD_EXPORT ykstd_AsciiString {
   ykstd_AsciiString Token(const char* separators, std::int32_t n) const;
   void LeftAdjust();
   void RightAdjust();
-  void Center(std::int32_t width, char filler) {}
-  void LeftJustify(std::int32_t width, char filler) {}
-  void RightJustify(std::int32_t width, char filler) {}
+  // Kept for callers written against the full interface; they change nothing.
+  void Center(std::int32_t, char) {}
+  void LeftJustify(std::int32_t, char) {}
+  void RightJustify(std::int32_t, char) {}
 
   std::int32_t Search(const ykstd_AsciiString& s) const;
   std::int32_t Search(const char* s) const;
   std::int32_t SearchFromEnd(const ykstd_AsciiString& s) const;
   std::int32_t SearchFromEnd(const char* s) const;
+  // A `to` of -1 stands for the length. Only the first occurrence in the whole text counts.
   std::int32_t Location(const ykstd_AsciiString& s, std::int32_t from, std::int32_t to) const;
   std::int32_t Location(std::int32_t n, char c, std::int32_t from, std::int32_t to) const;
   std::int32_t FirstLocationInSet(const ykstd_AsciiString& set, std::int32_t from, std::int32_t to) const;
@@ -113,8 +124,13 @@ class YKSTD_EXPORT ykstd_AsciiString {
   unsigned char LoadAsciiString(HINSTANCE module, unsigned int id);
 
  private:
-  // Replaces the buffer by one of `length` bytes holding `length` bytes of `bytes` (cut at MaxLength).
+  // Replaces the buffer by an exact-fit one holding `length` bytes of `bytes` (at most MaxLength).
   void SetBytes(const char* bytes, std::int32_t length);
+  // Replaces the text by head + middle + tail (each a byte range), cut at `limit` bytes. The
+  // ranges may point into the current buffer, which stays alive until the new one is filled.
+  void Splice(const char* head, std::int32_t headLength, const char* middle, std::int32_t middleLength,
+              const char* tail, std::int32_t tailLength, std::int32_t limit = MaxLength);
+  void InsertBytes(std::int32_t at, const char* bytes, std::int32_t length);
 
   char* text_;
   std::int16_t length_;
