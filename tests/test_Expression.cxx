@@ -294,6 +294,12 @@ TEST_F(ExpressionTest, BadTextsGiveTheirCodeAndAResult) {
   // The first error stays while the parse runs on; only an invalid character overwrites it.
   ExpectError("1/0+mm(1)*deg(1)+(", ExprDivisionByNull);
   ExpectError("1/0+mm(1)*deg(1)+$", ExprInvalidCharacter);
+  // A zero byte is a character like any other, not the end of the text.
+  ykstd_AsciiString zero(2, '1');
+  zero.SetValue(2, '\0');
+  ASSERT_EQ(zero.Length(), 2);
+  ykstd_Dim result;
+  EXPECT_EQ(ykstd_Expression::Evaluate(zero, result), ExprInvalidCharacter);
 }
 
 TEST_F(ExpressionTest, AMissingPrimaryIsTheLastNumber) {
