@@ -576,6 +576,25 @@ TEST_F(ExpressionTest, SignGuardReachesIntoNestedEvaluations) {
   EXPECT_EQ(got.error, ExprInvalidOperation);
 }
 
+// Empties the evaluator from inside a call, input and registry alike.
+class Reset : public ykstd_fnc_Function {
+ public:
+  Reset() : ykstd_fnc_Function("reset", ArgInt) {}
+  ExprError Compute(std::int32_t i, ykstd_Dim& result) const override {
+    ykstd_Expression::Init();
+    result.Set(i, UnitNone);
+    return ExprNoError;
+  }
+};
+
+TEST_F(ExpressionTest, InitFromInsideACallEndsTheText) {
+  ykstd_Expression::AddFunction(new Reset);
+  // The "*" was scanned before the call; what follows it is gone, so the missing primary is the
+  // function's own result.
+  ExpectValue("reset(3)*2+100", 9, UnitNone);
+  ExpectError("reset(1)", ExprInvalidFunction);  // the registry went with it
+}
+
 // A nested evaluation that fails inside leaves its input behind: the outer reads on from there,
 // and all of it is released in order.
 TEST_F(ExpressionTest, FailureInsideANestedEvaluation) {
