@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include <ykstd/ykstd.hxx>
 
+#include "Corpus.hxx"
 #include "MemStorage.hxx"
 #include "TestSession.hxx"
 
@@ -102,6 +106,7 @@ class ArchiveTest : public ::testing::Test {
       ykstd_Archive ar(&storage, "s", 1, bufferSize, nullptr);
       write(ar);
     }
+    ykstd_test::SaveSeed("fuzz_Archive", storage.Bytes(L"s"), 0);
     return storage.Bytes(L"s");
   }
   void Load(const Bytes& bytes, const std::function<void(ykstd_Archive&)>& read, std::int32_t bufferSize = 4096) {
@@ -552,6 +557,54 @@ TEST_F(ArchiveTest, DeepNestingIsRefusedOnBothSides) {
     head = next;
   }
   tail.Nullify();
+}
+
+TEST_F(ArchiveTest, GraphWithCyclesRoundTripsThroughACompoundFile) {
+  const std::string path =
+      (std::filesystem::temp_directory_path() / ("ykstd-archive-" + std::to_string(::getpid()) + ".cfb")).string();
+  const std::wstring wide(path.begin(), path.end());
+  // A ring of 300 nodes, each also pointing at the ring's start: many back references, one cycle.
+  std::vector<Hnd_test_Node> ring;
+  for (int i = 0; i < 300; ++i) ring.emplace_back(new test_Node(static_cast<unsigned char>(i)));
+  for (int i = 0; i < 300; ++i) {
+    ring[i]->first = ring[(i + 1) % 300];
+    ring[i]->second = ring[0];
+  }
+  {
+    IStoragePtr file;
+    ASSERT_EQ(StgCreateDocfile(wide.c_str(), STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_CREATE, 0, &file), S_OK);
+    ykstd_Schema::Save(file);
+    ykstd_Archive ar(file, "Data", 1, 128, nullptr);
+    ar << ring[5];
+    ar.Close();
+    file->Commit(STGC_DEFAULT);
+  }
+  for (auto& node : ring) node->first = node->second = Hnd_ykstd_Transient();
+  ring.clear();
+  {
+    IStoragePtr file;
+    ASSERT_EQ(StgOpenStorage(wide.c_str(), nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE, nullptr, 0, &file), S_OK);
+    ykstd_Schema::Load(file);
+    EXPECT_EQ(ykstd_Schema::ClassVersion("ykobj_Front"), 1);
+    ykstd_Archive ar(file, "Data", 2, 4096, nullptr);
+    Hnd_ykstd_Transient top;
+    ar >> top;
+    Hnd_test_Node node = Hnd_test_Node::DownCast(top);
+    for (int i = 0; i < 300; ++i) {
+      ASSERT_EQ(node->value, static_cast<unsigned char>((5 + i) % 300));
+      EXPECT_TRUE(node->second->IsKind(test_Node_Type_()));
+      node = Hnd_test_Node::DownCast(node->first);
+    }
+    EXPECT_TRUE(node == top);
+    EXPECT_EQ(test_Node::serialized, 600);
+    for (int i = 0; i < 300; ++i) {  // cut the ring so that the nodes can go
+      Hnd_test_Node next = Hnd_test_Node::DownCast(node->first);
+      node->first = node->second = Hnd_ykstd_Transient();
+      node = next;
+    }
+  }
+  ykstd_Schema::Destroy();
+  std::filesystem::remove(path);
 }
 
 TEST_F(ArchiveTest, EndOfClassTagAndParamsChangeNothing) {

@@ -5,7 +5,7 @@
 
 #include <ykstd/ykstd.hxx>
 
-#include "RaisedText.hxx"
+#include "ykstd_TestRaised.hxx"
 
 namespace {
 
@@ -24,13 +24,13 @@ TEST(Arr1Bounds, FreeBoundsAndTheirTests) {
   EXPECT_EQ(one.Length(), 1);
   one.SetValue(5, 50);
   EXPECT_EQ(one.Value(5), 50);
-  EXPECT_EQ(RaisedText([&] { one.Value(4); }),
+  EXPECT_EQ(RaisedMessage([&] { one.Value(4); }),
             "EXCEPTION ykstd_fail_OutOfRange : EXCEPTION: OutOfRange in Value method");
-  EXPECT_EQ(RaisedText([&] { one.Value(6); }),
+  EXPECT_EQ(RaisedMessage([&] { one.Value(6); }),
             "EXCEPTION ykstd_fail_OutOfRange : EXCEPTION: OutOfRange in Value method");
-  EXPECT_EQ(RaisedText([&] { one.ChangeValue(6); }),
+  EXPECT_EQ(RaisedMessage([&] { one.ChangeValue(6); }),
             "EXCEPTION ykstd_fail_OutOfRange : EXCEPTION: OutOfRange in ChangeValue method");
-  EXPECT_EQ(RaisedText([&] { one.SetValue(4, 1); }),
+  EXPECT_EQ(RaisedMessage([&] { one.SetValue(4, 1); }),
             "EXCEPTION ykstd_fail_OutOfRange : EXCEPTION: OutOfRange in SetValue method");
 
   ykstd_IntArr1 centred(-3, 3);
@@ -51,13 +51,13 @@ TEST(Arr1Bounds, FreeBoundsAndTheirTests) {
 }
 
 TEST(Arr1Bounds, ConstructionFailures) {
-  EXPECT_EQ(RaisedText([] { ykstd_IntArr1 array(5, 4); }),
+  EXPECT_EQ(RaisedMessage([] { ykstd_IntArr1 array(5, 4); }),
             "EXCEPTION ykstd_fail_RangeError : ykstd_Array1::Create(int,int)");
   std::int32_t memory[2] = {0, 0};
-  EXPECT_EQ(RaisedText([&] { ykstd_IntArr1 array(memory[0], 1, 0); }),
+  EXPECT_EQ(RaisedMessage([&] { ykstd_IntArr1 array(memory[0], 1, 0); }),
             "EXCEPTION ykstd_fail_RangeError : ykstd_Array1::ykstd_Array1(CArray,int,int)");
   // 2^32 elements cannot be indexed by a 32-bit length.
-  EXPECT_EQ(RaisedText([] { ykstd_RealArr1 array(INT32_MIN, INT32_MAX); }),
+  EXPECT_EQ(RaisedMessage([] { ykstd_RealArr1 array(INT32_MIN, INT32_MAX); }),
             "EXCEPTION ykstd_fail_OutOfMemory : ykstd_Array1: Allocation failed");
   ykstd_Transient::FailNextAllocations(1);
   Hnd_ykstd_IntHArr1 none(new ykstd_IntHArr1(1, 2));  // no memory for the object: a null handle
@@ -78,7 +78,7 @@ TEST(Arr1Assign, CopiesByLengthAndKeepsBounds) {
 
   ykstd_IntArr1 longer(0, 3);
   longer.Init(9);
-  EXPECT_EQ(RaisedText([&] { longer.Assign(from); }),
+  EXPECT_EQ(RaisedMessage([&] { longer.Assign(from); }),
             "EXCEPTION ykstd_fail_DimensionMismatch : in ykstd_Array1::Assign");
   EXPECT_EQ(Elements(longer), Ints({9, 9, 9, 9}));
 
@@ -113,12 +113,12 @@ TEST(Arr1Storage, DestroyFreesOnceAndLeavesNoDanglingAccess) {
   texts.Destroy();
   EXPECT_EQ(texts.Lower(), 1);
   EXPECT_EQ(texts.Upper(), 2);
-  EXPECT_EQ(RaisedText([&] { texts.Value(1); }),
+  EXPECT_EQ(RaisedMessage([&] { texts.Value(1); }),
             "EXCEPTION ykstd_fail_OutOfRange : EXCEPTION: OutOfRange in Value method");
-  EXPECT_EQ(RaisedText([&] { texts.Init("x"); }),
+  EXPECT_EQ(RaisedMessage([&] { texts.Init("x"); }),
             "EXCEPTION ykstd_fail_OutOfRange : EXCEPTION: OutOfRange in ChangeValue method");
   ykstd_AsciiStringArr1 other(5, 6);
-  EXPECT_EQ(RaisedText([&] { other.Assign(texts); }),
+  EXPECT_EQ(RaisedMessage([&] { other.Assign(texts); }),
             "EXCEPTION ykstd_fail_OutOfRange : EXCEPTION: OutOfRange in Value method");
   // The destructor follows on the destroyed array without freeing again (checked by the sanitizer).
 }

@@ -13,7 +13,7 @@
 #include <ykstd/ykstd.hxx>
 
 #include "../src/ykstd/ykstd_ExpressionInput.hxx"
-#include "RaisedText.hxx"
+#include "ykstd_TestRaised.hxx"
 
 namespace {
 
@@ -406,11 +406,11 @@ TEST_F(ExpressionTest, FunctionClassAndDefaults) {
   EXPECT_FALSE(Hnd_ykstd_fnc_Function::DownCast(Hnd_ykstd_Transient(f)).IsNull());
 
   ykstd_Dim result;
-  EXPECT_EQ(RaisedText([&] { f->Compute(1, result); }),
+  EXPECT_EQ(RaisedMessage([&] { f->Compute(1, result); }),
             "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT) : method not redefined");
-  EXPECT_EQ(RaisedText([&] { f->Compute(result, result); }),
+  EXPECT_EQ(RaisedMessage([&] { f->Compute(result, result); }),
             "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(DIM) : method not redefined");
-  EXPECT_EQ(RaisedText([&] { f->Compute(1, 2, result); }),
+  EXPECT_EQ(RaisedMessage([&] { f->Compute(1, 2, result); }),
             "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT,INT) : method not redefined");
 
   // Reached from an expression, the failure becomes an error code and is forgotten.

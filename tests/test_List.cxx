@@ -5,7 +5,7 @@
 
 #include <ykstd/ykstd.hxx>
 
-#include "RaisedText.hxx"
+#include "ykstd_TestRaised.hxx"
 
 namespace {
 
@@ -142,27 +142,27 @@ TEST(List, IteratorRemovesAtBothEnds) {
 
 TEST(List, FailureTexts) {
   ykstd_IntList list;
-  EXPECT_EQ(RaisedText([&] { list.First(); }), "EXCEPTION ykstd_fail_NoSuchObject : List:First");
-  EXPECT_EQ(RaisedText([&] { list.Last(); }), "EXCEPTION ykstd_fail_NoSuchObject : List:Last");
+  EXPECT_EQ(RaisedMessage([&] { list.First(); }), "EXCEPTION ykstd_fail_NoSuchObject : List:First");
+  EXPECT_EQ(RaisedMessage([&] { list.Last(); }), "EXCEPTION ykstd_fail_NoSuchObject : List:Last");
   ykstd_ListIteratorOfIntList it(list);
-  EXPECT_EQ(RaisedText([&] { list.Remove(it); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_List::Remove");
-  EXPECT_EQ(RaisedText([&] { list.InsertBefore(1, it); }),
+  EXPECT_EQ(RaisedMessage([&] { list.Remove(it); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_List::Remove");
+  EXPECT_EQ(RaisedMessage([&] { list.InsertBefore(1, it); }),
             "EXCEPTION ykstd_fail_NoSuchObject : ykstd_List::InsertBefore");
-  EXPECT_EQ(RaisedText([&] { list.InsertAfter(1, it); }),
+  EXPECT_EQ(RaisedMessage([&] { list.InsertAfter(1, it); }),
             "EXCEPTION ykstd_fail_NoSuchObject : ykstd_List::InsertAfter");
   ykstd_IntList other;
   other.Append(1);
-  EXPECT_EQ(RaisedText([&] { list.InsertAfter(other, it); }),
+  EXPECT_EQ(RaisedMessage([&] { list.InsertAfter(other, it); }),
             "EXCEPTION ykstd_fail_NoSuchObject : ykstd_List::InsertAfter");
   EXPECT_EQ(other.Extent(), 1);
-  EXPECT_EQ(RaisedText([&] { it.Value(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_ListIteratorOfList");
-  EXPECT_EQ(RaisedText([&] { it.Next(); }), "EXCEPTION ykstd_fail_NoMoreObject : ykstd_ListIteratorOfList");
+  EXPECT_EQ(RaisedMessage([&] { it.Value(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_ListIteratorOfList");
+  EXPECT_EQ(RaisedMessage([&] { it.Next(); }), "EXCEPTION ykstd_fail_NoMoreObject : ykstd_ListIteratorOfList");
   ykstd_ListIteratorOfIntList unset;
   EXPECT_EQ(unset.More(), 0);
 
   list.Append(1);
   ykstd_Transient::FailNextAllocations(1);
-  EXPECT_EQ(RaisedText([&] { list.Append(2); }), "EXCEPTION ykstd_fail_OutOfMemory : ykstd_List: Allocation failed");
+  EXPECT_EQ(RaisedMessage([&] { list.Append(2); }), "EXCEPTION ykstd_fail_OutOfMemory : ykstd_List: Allocation failed");
   EXPECT_EQ(Elements(list), Ints({1}));
 }
 
@@ -224,22 +224,22 @@ TEST(Stack, PushPopAndWalkFromTheTop) {
 
 TEST(Stack, FailureTexts) {
   ykstd_TransientStack stack;
-  EXPECT_EQ(RaisedText([&] { stack.Top(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Stack::Top");
-  EXPECT_EQ(RaisedText([&] { stack.Pop(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Stack::Pop");
-  EXPECT_EQ(RaisedText([&] { stack.ChangeTop(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Stack::ChangeTop");
+  EXPECT_EQ(RaisedMessage([&] { stack.Top(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Stack::Top");
+  EXPECT_EQ(RaisedMessage([&] { stack.Pop(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Stack::Pop");
+  EXPECT_EQ(RaisedMessage([&] { stack.ChangeTop(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Stack::ChangeTop");
   stack.Push(Hnd_ykstd_Transient());
   ykstd_StackIteratorOfTransientStack it(stack);
   it.Next();
   EXPECT_EQ(it.More(), 0);
-  EXPECT_EQ(RaisedText([&] { it.Value(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_StackIterator::Value");
-  EXPECT_EQ(RaisedText([&] { it.Next(); }), "EXCEPTION ykstd_fail_NoMoreObject : ykstd_StackIterator::Next");
+  EXPECT_EQ(RaisedMessage([&] { it.Value(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_StackIterator::Value");
+  EXPECT_EQ(RaisedMessage([&] { it.Next(); }), "EXCEPTION ykstd_fail_NoMoreObject : ykstd_StackIterator::Next");
 
   // Without memory for the nodes the copy raises and leaves a sound stack (and no leak).
   stack.Push(Hnd_ykstd_Transient());
   ykstd_TransientStack target;
   target.Push(Hnd_ykstd_Transient());
   ykstd_Transient::FailNextAllocations(1);
-  EXPECT_EQ(RaisedText([&] { target.Assign(stack); }),
+  EXPECT_EQ(RaisedMessage([&] { target.Assign(stack); }),
             "EXCEPTION ykstd_fail_OutOfMemory : ykstd_Stack: Allocation failed");
   EXPECT_EQ(target.Depth(), 0);
 }

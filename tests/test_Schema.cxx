@@ -6,6 +6,7 @@
 
 #include <ykstd/ykstd.hxx>
 
+#include "Corpus.hxx"
 #include "MemStorage.hxx"
 
 using Bytes = std::vector<unsigned char>;
@@ -45,6 +46,7 @@ class SchemaTest : public ::testing::Test {
   void TearDown() override { ykstd_Schema::Destroy(); }
   void LoadBytes(const Bytes& bytes) {
     storage.Bytes(L"YKSchema") = bytes;
+    ykstd_test::SaveSeed("fuzz_Schema", bytes);
     EXPECT_EQ(ykstd_Schema::Load(IStoragePtr(&storage)), 0);
   }
   ykstd_test::MemStorage storage;
@@ -64,6 +66,7 @@ TEST_F(SchemaTest, NoStreamReadsEveryClassAtVersionZero) {
 TEST_F(SchemaTest, SaveWritesThisBuildsTableAndLoadReadsItBack) {
   EXPECT_EQ(ykstd_Schema::Save(IStoragePtr(&storage)), 0);
   const Bytes& saved = storage.Bytes(L"YKSchema");
+  ykstd_test::SaveSeed("fuzz_Schema", saved);
   const Bytes head = {'Y', 'K', 'S', 0, 6, 0, 0,   0,   5,   'y', 'k', 'a', 'l',
                       'g', 2,   0,   0, 0, 5, 'C', 'r', 'd', '3', 'd', 0,   0};
   const Bytes tail = {0, 1, 0, 0, 0, 9, 'Y', 'K', 'S', 'e', 's', 's', 'i', 'o', 'n', 0, 0};
@@ -141,6 +144,28 @@ TEST_F(SchemaTest, WithoutSchemaTheQueriesRaise) {
   EXPECT_EQ(ykstd_Schema::LastClassVersion("ykstd_Dim"), 0);
   ykstd_Schema::Destroy();
   EXPECT_EQ(Raised([] { ykstd_Schema::ClassVersion("ykstd_Dim"); }), none);
+}
+
+TEST_F(SchemaTest, FailedSaveShowsMessage4222AndReturnsZero) {
+  std::vector<std::string> shown;
+  auto before = ykstd_platform::SetMessageBoxHandler([&](const char* text, UINT type, UINT help) {
+    shown.push_back(std::string(text) + "|" + std::to_string(type) + "|" + std::to_string(help));
+    return IDOK;
+  });
+  // The stream exists and cannot be opened for writing either: nothing takes the bytes.
+  class Refusing : public ykstd_test::MemStorage {
+   public:
+    HRESULT OpenStream(const OLECHAR*, void*, DWORD, DWORD, IStream** out) override {
+      *out = nullptr;
+      return E_ACCESSDENIED;
+    }
+  } refusing;
+  refusing.Bytes(L"YKSchema");
+  EXPECT_EQ(ykstd_Schema::Save(IStoragePtr(&refusing)), 0);
+  ykstd_platform::SetMessageBoxHandler(before);
+  // Without a resource module the message is its number.
+  EXPECT_EQ(shown, std::vector<std::string>{"4222|0|0"});
+  EXPECT_EQ(ykstd_Schema::LastClassVersion("ykstd_Dim"), 0);
 }
 
 }  // namespace

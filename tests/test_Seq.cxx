@@ -5,7 +5,7 @@
 
 #include <ykstd/ykstd.hxx>
 
-#include "RaisedText.hxx"
+#include "ykstd_TestRaised.hxx"
 
 namespace {
 
@@ -244,7 +244,7 @@ TEST(SeqMove, WholeSequencesMoveWithTheirNodes) {
   EXPECT_EQ(other.Sound(), Ints({}));
 
   // The position is tested before the emptiness of the other sequence.
-  EXPECT_EQ(RaisedText([&] { seq.InsertAfter(0, other); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.InsertAfter(0, other); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_BaseSequence::PInsertAfter: index out of range");
   seq.InsertAfter(9, other);  // empty: nothing
   seq.Append(other);
@@ -281,35 +281,35 @@ TEST(SeqMove, SplitCutsOffTheTail) {
 
 TEST(SeqFailures, TextsNamePositionAndSize) {
   ykstd_IntSeq seq;
-  EXPECT_EQ(RaisedText([&] { seq.Value(1); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.Value(1); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::Value (aIdx=1, mSize=0)");
   seq.Append(1);
   seq.Append(2);
-  EXPECT_EQ(RaisedText([&] { seq.Value(-3); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.Value(-3); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::Value (aIdx=-3, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.ChangeValue(3); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.ChangeValue(3); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::ChangeValue (aIdx=3, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.SetValue(0, 1); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.SetValue(0, 1); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::ChangeValue (aIdx=0, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.InsertAfter(3, 1); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.InsertAfter(3, 1); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::InsertAfter (aIdx=3, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.InsertAfter(-1, 1); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.InsertAfter(-1, 1); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::InsertAfter (aIdx=-1, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.Remove(3); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.Remove(3); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_BaseSequence::Remove (aIdx=3, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.Remove(2, 1); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.Remove(2, 1); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_BaseSequence::Remove (from=2, to=1, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.Remove(1, 3); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.Remove(1, 3); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_BaseSequence::Remove (from=1, to=3, mSize=2)");
-  EXPECT_EQ(RaisedText([&] { seq.Exchange(1, 5); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.Exchange(1, 5); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_BaseSequence::Exchange (i=1, j=5, mSize=2)");
   seq.Exchange(7, 7);  // the same position is no exchange at all
   EXPECT_EQ(seq.Length(), 2);
 
   ykstd_AsciiStringSeq empty;
-  EXPECT_EQ(RaisedText([&] { empty.First(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Sequence::First");
-  EXPECT_EQ(RaisedText([&] { empty.Last(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Sequence::Last");
-  EXPECT_EQ(RaisedText([&] { ykstd_IntSeq copy(seq); }),
+  EXPECT_EQ(RaisedMessage([&] { empty.First(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Sequence::First");
+  EXPECT_EQ(RaisedMessage([&] { empty.Last(); }), "EXCEPTION ykstd_fail_NoSuchObject : ykstd_Sequence::Last");
+  EXPECT_EQ(RaisedMessage([&] { ykstd_IntSeq copy(seq); }),
             "EXCEPTION ykstd_fail_NotImplemented : ykstd_BaseSequence::ykstd_BaseSequence");
 }
 
@@ -317,7 +317,7 @@ TEST(SeqFailures, NoMemoryForANodeLeavesTheSequenceWhole) {
   IntSeqProbe seq = Range(1, 3);
   seq.Value(2);
   ykstd_Transient::FailNextAllocations(1);
-  EXPECT_EQ(RaisedText([&] { seq.InsertAfter(1, 9); }),
+  EXPECT_EQ(RaisedMessage([&] { seq.InsertAfter(1, 9); }),
             "EXCEPTION ykstd_fail_OutOfMemory : ykstd_Sequence: Allocation failed");
   EXPECT_EQ(seq.Sound(), Ints({1, 2, 3}));
   EXPECT_EQ(seq.CurrentIndex(), 2);
@@ -429,11 +429,11 @@ TEST(SeqCounted, InsertingAnotherSequenceOrItself) {
   seq->InsertBefore(1, other);
   seq->InsertBefore(1, 0);
   EXPECT_EQ(Elements(seq), Ints({0, 7, 8, 7, 8, 7, 8, 1, 2}));
-  EXPECT_EQ(RaisedText([&] { seq->InsertBefore(0, 5); }),
+  EXPECT_EQ(RaisedMessage([&] { seq->InsertBefore(0, 5); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::InsertAfter (aIdx=-1, mSize=9)");
-  EXPECT_EQ(RaisedText([&] { seq->InsertAfter(10, other); }),
+  EXPECT_EQ(RaisedMessage([&] { seq->InsertAfter(10, other); }),
             "EXCEPTION ykstd_fail_OutOfRange : ykstd_Sequence::InsertAfter (aIdx=10, mSize=9)");
-  EXPECT_EQ(RaisedText([&] { seq->Append(Hnd_ykstd_IntHSeq()); }), "EXCEPTION ykstd_fail_NullObject : NULL_HANDLE");
+  EXPECT_EQ(RaisedMessage([&] { seq->Append(Hnd_ykstd_IntHSeq()); }), "EXCEPTION ykstd_fail_NullObject : NULL_HANDLE");
 }
 
 TEST(SeqCounted, ShallowCopyAndSplit) {

@@ -5,6 +5,8 @@
 
 #include <ykstd/ykstd.hxx>
 
+#include "ykstd_TestRaised.hxx"
+
 namespace {
 
 YKSTD_HANDLE(test_Counted, ykstd_TShared);
@@ -34,17 +36,6 @@ class test_Sibling : public ykstd_TShared {
 YKSTD_IMPLEMENT_TYPE(test_Counted, ykstd_TShared)
 YKSTD_IMPLEMENT_TYPE(test_Derived, test_Counted)
 YKSTD_IMPLEMENT_TYPE(test_Sibling, ykstd_TShared)
-
-std::string RaisedMessage(void (*action)()) {
-  try {
-    action();
-  } catch (Hnd_ykstd_fail_Failure& failure) {
-    std::string message = failure->Message().Text() ? failure->Message().Text() : "";
-    failure->Remove();
-    return message;
-  }
-  return "<nothing raised>";
-}
 
 class HandleTest : public ::testing::Test {
  protected:

@@ -24,6 +24,7 @@
 #include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_List.hxx>
+#include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_Schema.hxx>

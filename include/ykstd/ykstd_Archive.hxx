@@ -147,7 +147,7 @@ class YKSTD_EXPORT ykstd_Archive {
 
   // The slow path of a primitive write: flush, or raise when nothing can take the bytes.
   void MakeRoom();
-  ykstd_detail::ArchiveMaps& Maps() const;
+  ykstd_detail::ArchiveMaps& Maps() const { return *maps; }
 
   ykstd_AsciiString fileName;
   IStorage* storage;

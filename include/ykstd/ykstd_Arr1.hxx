@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <new>
 #include <type_traits>
+#include <vector>
 
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_CollectionStore.hxx>
@@ -109,13 +110,24 @@ class YKSTD_EXPORT ykstd_Array1 {
   virtual void Serialize(ykstd_Archive& archive) {
     if (ykstd_CollectionStore::IsLoading(archive)) {
       Destroy();
-      mLowerBound = ykstd_CollectionStore::LoadLong(archive);
-      mUpperBound = ykstd_CollectionStore::LoadLong(archive);
+      const std::int32_t lower = ykstd_CollectionStore::LoadLong(archive);
+      const std::int32_t upper = ykstd_CollectionStore::LoadLong(archive);
+      mLowerBound = lower;
+      mUpperBound = upper;
       if (Count() < 1) return;
+      // The elements come first and the storage after, so that bounds which the stream cannot
+      // back fail when its data runs out instead of allocating for the claimed size.
+      const std::int64_t count = Count();
+      mLowerBound = 1;
+      mUpperBound = 0;
+      std::vector<T> loaded;
+      ykstd_CollectionStore::LoadEach<Form, T>(archive,
+                                               count > INT32_MAX ? INT32_MAX : static_cast<std::int32_t>(count),
+                                               [&loaded](const T& value) { loaded.push_back(value); });
+      mLowerBound = lower;
+      mUpperBound = upper;
       MakeStorage(true);
-      std::int64_t i = mLowerBound;  // wide: it steps past an upper bound of INT32_MAX
-      ykstd_CollectionStore::LoadEach<Form, T>(
-          archive, Length(), [this, &i](const T& value) { SetValue(static_cast<std::int32_t>(i++), value); });
+      for (std::size_t k = 0; k < loaded.size(); ++k) mBlock[k] = loaded[k];
     } else {
       if (Count() >= 1) Value(mLowerBound);
       ykstd_CollectionStore::StoreLong(archive, mLowerBound);

@@ -2,11 +2,11 @@
 // element forms, chosen by the form tags of ykstd_StoredForm.hxx.
 //
 // A family's Serialize is written once over these, and each member names its element form as a
-// template argument. The out-of-line bodies live beside the archive; until it exists they raise
-// ykstd_fail_NotImplemented.
+// template argument. The out-of-line bodies live beside the archive.
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_StoredForm.hxx>
@@ -26,6 +26,11 @@ class YKSTD_EXPORT ykstd_CollectionStore {
   // A plain 32-bit long: the head of every other family (bounds, extent, depth).
   static void StoreLong(ykstd_Archive& archive, std::int32_t value);
   static std::int32_t LoadLong(ykstd_Archive& archive);
+
+  // The most elements of no stored bytes that a load accepts; a larger count raises
+  // ykstd_fail_OutOfRange instead of making elements that nothing in the stream backs.
+  static constexpr std::int32_t MaxBacklessCount = 1 << 20;
+  [[noreturn]] static void RaiseBackless(std::int64_t count);
 
   // Element forms.
   static void Store(ykstd_Archive& archive, ykstd_FormLong, const std::int32_t& value);
@@ -66,6 +71,9 @@ class YKSTD_EXPORT ykstd_CollectionStore {
   // under 1 reads nothing.
   template <class Form, class T, class Take>
   static void LoadEach(ykstd_Archive& archive, std::int32_t count, Take&& take) {
+    // Elements of no stored bytes are not backed by the stream, so only their count bounds them.
+    if constexpr (std::is_same_v<Form, ykstd_FormNone>)
+      if (count > MaxBacklessCount) RaiseBackless(count);
     for (std::int32_t k = 0; k < count; ++k) {
       T value{};
       Load(archive, Form{}, value);

@@ -94,9 +94,9 @@ class YKSTD_EXPORT ykstd_BaseSequence {
   // node are taken inline: that is every step of a scan.
   ykstd_SeqNode* Reach(std::int32_t i) const {
     ykstd_SeqNode* node = mCurrentItem;
-    if (node && i == mCurrentIndex + 1)
+    if (node && i - 1 == mCurrentIndex)
       node = node->Next();
-    else if (node && i == mCurrentIndex - 1)
+    else if (node && std::int64_t{i} + 1 == mCurrentIndex)
       node = node->Previous();
     else if (!node || i != mCurrentIndex)
       node = Find(i);

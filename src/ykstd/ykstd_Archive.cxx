@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
+#include <deque>
 #include <new>
 #include <string>
 #include <string_view>
@@ -37,6 +39,7 @@ class PointerNumbers {
     slots_.clear();
     used_ = 0;
     mask_ = 0;
+    shift_ = 63;
   }
 
  private:
@@ -44,14 +47,17 @@ class PointerNumbers {
     const void* key;
     std::int32_t number;
   };
+  // Fibonacci hashing: the top bits of the product mix every bit of the address, so that the
+  // regular spacing of heap blocks does not cluster the probes.
   std::size_t Slot(const void* key) const {
-    const auto bits = reinterpret_cast<std::uintptr_t>(key);
-    return static_cast<std::size_t>((bits >> 4) * 0x9E3779B97F4A7C15ull >> 20) & mask_;
+    const auto bits = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(key));
+    return static_cast<std::size_t>((bits * 0x9E3779B97F4A7C15ull) >> shift_);
   }
   void Grow() {
     std::vector<Entry> old(std::max<std::size_t>(64, slots_.size() * 2), Entry{nullptr, 0});
     old.swap(slots_);
     mask_ = slots_.size() - 1;
+    shift_ = 64 - std::countr_zero(slots_.size());
     used_ = 0;
     for (const Entry& e : old)
       if (e.key) Bind(e.key, e.number);
@@ -60,6 +66,7 @@ class PointerNumbers {
   std::vector<Entry> slots_;
   std::size_t used_ = 0;
   std::size_t mask_ = 0;
+  int shift_ = 63;
 };
 
 // The class and object maps of one archive, in the shape its direction needs, and the set of
@@ -72,14 +79,14 @@ class ArchiveMaps {
   // Storing. The handles keep every numbered object alive, so that no address is reused for
   // another object while the archive is open.
   PointerNumbers objNumbers;
-  std::vector<Hnd_ykstd_Transient> numbered;
+  std::deque<Hnd_ykstd_Transient> numbered;
   std::unordered_map<std::string, std::int32_t> classNumbers;
   // The type names are static texts: the last one looked up spares the string hashing.
   const char* lastClassText = nullptr;
   std::int32_t lastClassNumber = 0;
 
   // Loading: number to object and number to class name (slot 0 unused).
-  std::vector<Hnd_ykstd_Transient> objects;
+  std::deque<Hnd_ykstd_Transient> objects;
   std::vector<ykstd_AsciiString> classes;
 
   PointerNumbers toStore;
@@ -419,8 +426,6 @@ void ykstd_Archive::WriteCount(std::uint32_t count) {
 
 // ---- class and object maps ----
 
-ykstd_detail::ArchiveMaps& ykstd_Archive::Maps() const { return *maps; }
-
 void ykstd_Archive::MapClassName(const ykstd_AsciiString& name) {
   ykstd_detail::ArchiveMaps& m = Maps();
   if (!m.hasClassMap) {
@@ -473,7 +478,7 @@ void ykstd_Archive::CheckClassCount() {
 }
 
 void ykstd_Archive::WriteClass(const Hnd_ykstd_Transient& object) {
-  MapClassName(ykstd_AsciiString());
+  if (!Maps().hasClassMap) MapClassName(ykstd_AsciiString());
   ykstd_detail::ArchiveMaps& m = Maps();
   const char* name = object->DynamicType()->Name();
   std::int32_t number = 0;
@@ -501,7 +506,7 @@ void ykstd_Archive::WriteClass(const Hnd_ykstd_Transient& object) {
 }
 
 void ykstd_Archive::WriteTransient(const Hnd_ykstd_Transient& object) {
-  MapTransient(Hnd_ykstd_Transient());
+  if (!Maps().hasObjMap) MapTransient(Hnd_ykstd_Transient());
   if (object.IsNull()) {
     *this << static_cast<std::uint16_t>(0);
     return;
@@ -543,7 +548,7 @@ void ykstd_Archive::ReadClass(ykstd_AsciiString& name, std::int32_t& tag) {
     tag = static_cast<std::int32_t>((word & 0x7FFFu) | ((word & 0x8000u) ? 0x80000000u : 0u));
   }
   name.Clear();
-  MapClassName(ykstd_AsciiString());
+  if (!Maps().hasClassMap) MapClassName(ykstd_AsciiString());
   const auto bits = static_cast<std::uint32_t>(tag);
   if (!(bits & 0x80000000u)) return;
   const std::uint32_t number = bits & 0x7FFFFFFFu;
@@ -560,7 +565,7 @@ Hnd_ykstd_Transient ykstd_Archive::ReadTransient() {
   ykstd_AsciiString name;
   std::int32_t tag = 0;
   ReadClass(name, tag);
-  MapTransient(Hnd_ykstd_Transient());
+  if (!Maps().hasObjMap) MapTransient(Hnd_ykstd_Transient());
   if (name.Length() != 0) {
     NestingGuard guard(nesting, fileName);
     Hnd_ykstd_Transient object = ykstd_Session::CurSession()->CreateObject(name, objOnly);
@@ -575,7 +580,7 @@ Hnd_ykstd_Transient ykstd_Archive::ReadTransient() {
     ykstd_fail_ProgramError::Raise(text);
   }
   if (tag == 0) return Hnd_ykstd_Transient();
-  const std::vector<Hnd_ykstd_Transient>& objects = Maps().objects;
+  const std::deque<Hnd_ykstd_Transient>& objects = Maps().objects;
   if (tag < 0 || static_cast<std::size_t>(tag) >= objects.size()) ykstd_fail_NoSuchObject::Raise("ykstd_DataMap::Find");
   return objects[static_cast<std::size_t>(tag)];
 }

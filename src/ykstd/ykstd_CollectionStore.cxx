@@ -1,26 +1,52 @@
-// Placeholders until the archive lands: every entry point raises, so a collection's Serialize fails
-// in an orderly way instead of writing a form nobody can read.
+// The heads and element forms of the collections' stored forms, on the archive's primitives.
 
+#include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_CollectionStore.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 
-namespace {
-[[noreturn]] void NoArchive() { ykstd_fail_NotImplemented::Raise("ykstd_CollectionStore: no archive in this build"); }
-}  // namespace
+unsigned char ykstd_CollectionStore::IsLoading(ykstd_Archive& archive) { return archive.IsLoading(); }
 
-unsigned char ykstd_CollectionStore::IsLoading(ykstd_Archive&) { NoArchive(); }
-void ykstd_CollectionStore::StoreCount(ykstd_Archive&, std::int32_t) { NoArchive(); }
-std::int32_t ykstd_CollectionStore::LoadCount(ykstd_Archive&) { NoArchive(); }
-void ykstd_CollectionStore::StoreLong(ykstd_Archive&, std::int32_t) { NoArchive(); }
-std::int32_t ykstd_CollectionStore::LoadLong(ykstd_Archive&) { NoArchive(); }
+void ykstd_CollectionStore::StoreCount(ykstd_Archive& archive, std::int32_t count) {
+  archive.WriteCount(static_cast<std::uint32_t>(count));
+}
 
-void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormLong, const std::int32_t&) { NoArchive(); }
-void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormLong, std::int32_t&) { NoArchive(); }
-void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormByte, const unsigned char&) { NoArchive(); }
-void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormByte, unsigned char&) { NoArchive(); }
-void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormDouble, const double&) { NoArchive(); }
-void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormDouble, double&) { NoArchive(); }
-void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormString, const ykstd_AsciiString&) { NoArchive(); }
-void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormString, ykstd_AsciiString&) { NoArchive(); }
-void ykstd_CollectionStore::Store(ykstd_Archive&, ykstd_FormObject, const Hnd_ykstd_Transient&) { NoArchive(); }
-void ykstd_CollectionStore::Load(ykstd_Archive&, ykstd_FormObject, Hnd_ykstd_Transient&) { NoArchive(); }
+std::int32_t ykstd_CollectionStore::LoadCount(ykstd_Archive& archive) {
+  return static_cast<std::int32_t>(archive.ReadCount());
+}
+
+void ykstd_CollectionStore::StoreLong(ykstd_Archive& archive, std::int32_t value) { archive << value; }
+
+std::int32_t ykstd_CollectionStore::LoadLong(ykstd_Archive& archive) {
+  std::int32_t value = 0;
+  archive >> value;
+  return value;
+}
+
+void ykstd_CollectionStore::RaiseBackless(std::int64_t count) {
+  ykstd_TextStream text;
+  text << "collection of " << count << " elements without stored bytes: more than " << MaxBacklessCount;
+  ykstd_fail_OutOfRange::Raise(text);
+}
+
+void ykstd_CollectionStore::Store(ykstd_Archive& archive, ykstd_FormLong, const std::int32_t& value) {
+  archive << value;
+}
+void ykstd_CollectionStore::Load(ykstd_Archive& archive, ykstd_FormLong, std::int32_t& value) { archive >> value; }
+void ykstd_CollectionStore::Store(ykstd_Archive& archive, ykstd_FormByte, const unsigned char& value) {
+  archive << value;
+}
+void ykstd_CollectionStore::Load(ykstd_Archive& archive, ykstd_FormByte, unsigned char& value) { archive >> value; }
+void ykstd_CollectionStore::Store(ykstd_Archive& archive, ykstd_FormDouble, const double& value) { archive << value; }
+void ykstd_CollectionStore::Load(ykstd_Archive& archive, ykstd_FormDouble, double& value) { archive >> value; }
+void ykstd_CollectionStore::Store(ykstd_Archive& archive, ykstd_FormString, const ykstd_AsciiString& value) {
+  archive << value;
+}
+void ykstd_CollectionStore::Load(ykstd_Archive& archive, ykstd_FormString, ykstd_AsciiString& value) {
+  archive >> value;
+}
+void ykstd_CollectionStore::Store(ykstd_Archive& archive, ykstd_FormObject, const Hnd_ykstd_Transient& value) {
+  archive.WriteTransient(value);
+}
+void ykstd_CollectionStore::Load(ykstd_Archive& archive, ykstd_FormObject, Hnd_ykstd_Transient& value) {
+  value = archive.ReadTransient();
+}

@@ -1,7 +1,9 @@
 #include <cstring>
 
+#include <ykstd/platform/MessageBox.hxx>
 #include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 
 namespace ykstd_detail {
@@ -113,6 +115,7 @@ std::int32_t ykstd_Schema::Save(IStoragePtr storage) {
     schema.Serialize(archive);
   } catch (Hnd_ykstd_fail_Failure& failure) {
     ykstd_LogCaught(sourceName, "ykstd_Schema::Save", 192, failure);
+    AfxMessageBox(ykstd_MsgEx::Get(4222).Text(), 0, 0);
   }
   archive.Close();
   return 0;

@@ -6,6 +6,7 @@
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
+#include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Session.hxx>
 
@@ -14,6 +15,10 @@
 namespace ykstd_detail {
 void LoadAddinModule(const char* format, HINSTANCE& module);
 }
+
+// Constant-initialised, so it is set before anything runs: the top rung of the hash maps' bucket
+// ladder, which tests may lower.
+std::int32_t ykstd_BasicMap::mLadderTop = 100019;
 
 // The resource module, loaded by the sessions; constant-initialised, so it is null before anything
 // here runs.

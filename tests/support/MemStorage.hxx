@@ -93,8 +93,9 @@ class MemStream final : public IStream {
 };
 
 // Lives on the caller's stack; the archive's AddRef and Release only count.
-class MemStorage final : public IStorage {
+class MemStorage : public IStorage {
  public:
+  virtual ~MemStorage() = default;
   HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   ULONG AddRef() override { return ++refs; }
   ULONG Release() override { return --refs; }

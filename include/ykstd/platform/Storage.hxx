@@ -54,11 +54,6 @@ inline constexpr DWORD STATFLAG_DEFAULT = 0;
 inline constexpr DWORD STATFLAG_NONAME = 1;
 inline constexpr DWORD STATFLAG_NOOPEN = 2;
 
-// Lock types of LockRegion.
-inline constexpr DWORD LOCK_WRITE = 1;
-inline constexpr DWORD LOCK_EXCLUSIVE = 2;
-inline constexpr DWORD LOCK_ONLYONCE = 4;
-
 // Moves of MoveElementTo.
 inline constexpr DWORD STGMOVE_MOVE = 0;
 inline constexpr DWORD STGMOVE_COPY = 1;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 #include <ykstd/platform/WinTypes.hxx>
@@ -59,7 +60,7 @@ class _com_ptr_t {
     return *this;
   }
   _com_ptr_t& operator=(_com_ptr_t&& other) noexcept {
-    if (this != &other) {
+    if (this != std::addressof(other)) {
       Release();
       p_ = other.p_;
       other.p_ = nullptr;
