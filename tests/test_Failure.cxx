@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -42,7 +43,8 @@ class FailureTest : public ::testing::Test {
 
   // Sends the log to a fresh file and gives its path.
   std::string OpenLog() {
-    path_ = ::testing::TempDir() + "ykstd_failure_log.txt";
+    // One file per test process: CTest runs the tests of this suite side by side.
+    path_ = ::testing::TempDir() + "ykstd_failure_log_" + std::to_string(::getpid()) + ".txt";
     ykstd_Debug::mLogFile.open(path_, std::ios::out | std::ios::trunc);
     return path_;
   }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <ykstd/ykstd.hxx>
@@ -219,6 +220,25 @@ TEST(SeqChain, ClearAndAssign) {
   seq.Clear();
   EXPECT_EQ(seq.Sound(), Ints({}));
   EXPECT_EQ(seq.CurrentIndex(), 0);
+}
+
+TEST(SeqChain, MovingHandsTheChainOver) {
+  IntSeqProbe source = Range(1, 3);
+  source.Value(2);
+  ykstd_SeqNode* first = source.FirstItem();
+  IntSeqProbe moved(std::move(source));
+  EXPECT_EQ(moved.FirstItem(), first);
+  EXPECT_EQ(moved.CurrentIndex(), 2);
+  EXPECT_EQ(moved.Sound(), Ints({1, 2, 3}));
+  EXPECT_EQ(source.Sound(), Ints({}));
+  IntSeqProbe target = Range(7, 8);
+  target = std::move(moved);
+  EXPECT_EQ(target.Sound(), Ints({1, 2, 3}));
+  EXPECT_EQ(moved.Length(), 0);
+  std::vector<ykstd_AsciiStringSeq> many(1);
+  many[0].Append("kept");
+  many.resize(8);  // growing moves the sequences instead of raising on a copy
+  EXPECT_STREQ(many[0].First().Text(), "kept");
 }
 
 TEST(SeqMove, WholeSequencesMoveWithTheirNodes) {

@@ -5,7 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -450,6 +452,162 @@ TEST(Storage, EnumeratorProtocol) {
   EXPECT_EQ(clone->Skip(4), S_OK);
   EXPECT_EQ(clone->Next(1, stats, nullptr), S_FALSE);
   EXPECT_EQ(root->EnumElements(1, nullptr, 0, &elements), STG_E_INVALIDPARAMETER);
+}
+
+// The outside view: tests/support/olecheck.py reads files with the olefile package and writes them
+// with a writer of its own; both list a tree in the same text form as OutsideListing below.
+std::string RunOleCheck(const std::string& command, const std::string& path) {
+  const auto script = fs::path(__FILE__).parent_path() / "support" / "olecheck.py";
+  const std::string line = "/usr/bin/python3 '" + script.string() + "' " + command + " '" + path + "' 2>&1";
+  FILE* pipe = ::popen(line.c_str(), "r");
+  if (!pipe) return "<popen failed>";
+  std::string output;
+  char chunk[4096];
+  for (std::size_t got; (got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) output.append(chunk, got);
+  const int status = ::pclose(pipe);
+  return status == 0 ? output : "<exit " + std::to_string(status) + "> " + output;
+}
+
+std::string Escaped(const std::wstring& name) {
+  std::string text;
+  for (wchar_t c : name) {
+    if (c > 0x20 && c < 0x7F && c != L'\\' && c != L'/') {
+      text += char(c);
+    } else {
+      char code[16];
+      std::snprintf(code, sizeof code, "\\u{%x}", unsigned(c));
+      text += code;
+    }
+  }
+  return text;
+}
+
+std::string ClassText(const CLSID& id) {
+  if (id == CLSID{}) return "-";
+  char text[40];
+  std::snprintf(text, sizeof text, "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", unsigned(id.Data1),
+                unsigned(id.Data2), unsigned(id.Data3), id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3], id.Data4[4],
+                id.Data4[5], id.Data4[6], id.Data4[7]);
+  return text;
+}
+
+void OutsideLines(IStorage* storage, const std::string& path, std::vector<std::string>& lines) {
+  STATSTG stat;
+  ASSERT_EQ(storage->Stat(&stat, STATFLAG_NONAME), S_OK);
+  lines.push_back("D " + (path.empty() ? "/" : path) + " " + ClassText(stat.clsid));
+  IEnumSTATSTGPtr elements;
+  ASSERT_EQ(storage->EnumElements(0, nullptr, 0, &elements), S_OK);
+  while (elements->Next(1, &stat, nullptr) == S_OK) {
+    const std::wstring name(stat.pwcsName);
+    CoTaskMemFree(stat.pwcsName);
+    const std::string child = path + "/" + Escaped(name);
+    if (stat.type == STGTY_STORAGE) {
+      IStoragePtr sub;
+      ASSERT_EQ(storage->OpenStorage(name.c_str(), nullptr, kReadExclusive, nullptr, 0, &sub), S_OK);
+      OutsideLines(sub, child, lines);
+      continue;
+    }
+    std::string hex;
+    for (unsigned char byte : ReadStream(storage, name)) {
+      static const char kDigits[] = "0123456789abcdef";
+      hex += kDigits[byte >> 4], hex += kDigits[byte & 15];
+    }
+    lines.push_back("S " + child + " " + std::to_string(stat.cbSize.QuadPart) + " " + hex);
+  }
+}
+
+std::string OutsideListing(IStorage* storage) {
+  std::vector<std::string> lines;
+  OutsideLines(storage, "", lines);
+  std::sort(lines.begin(), lines.end());
+  std::string text;
+  for (const auto& line : lines) text += line + "\n";
+  return text;
+}
+
+// The tree that olecheck.py lays out, made through our own interfaces.
+void MakeOleCheckTree(IStorage* root) {
+  ASSERT_EQ(root->SetClass(CLSID{0xCAFEF00D, 0x0001, 0x0002, {9, 8, 7, 6, 5, 4, 3, 2}}), S_OK);
+  ASSERT_EQ(WriteStream(root, L"Small", Pattern(100, 1)), S_OK);
+  ASSERT_EQ(WriteStream(root, L"Exactly4096", Pattern(4096, 2)), S_OK);
+  ASSERT_EQ(WriteStream(root, L"\x05Props", ""), S_OK);
+  ASSERT_EQ(WriteStream(root,
+                        L"\x00dcn\x00ef"
+                        L"c\x00f6"
+                        L"de",
+                        Pattern(10, 4)),
+            S_OK);
+  IStoragePtr sub = SubStorage(root, L"Folder", true);
+  ASSERT_EQ(sub->SetClass(CLSID{0x01234567, 0x89AB, 0xCDEF, {1, 2, 3, 4, 5, 6, 7, 8}}), S_OK);
+  ASSERT_EQ(WriteStream(sub, L"Big", Pattern(70000, 3)), S_OK);
+  ASSERT_EQ(WriteStream(sub, L"Empty", ""), S_OK);
+  ASSERT_EQ(WriteStream(SubStorage(sub, L"Inner", true), L"Tiny", "x"), S_OK);
+}
+
+TEST(Storage, AgreesWithAnOutsideReaderAndWriter) {
+  TempFolder folder;
+  const auto theirs = folder.File("theirs.cfb"), ours = folder.File("ours.cfb");
+  const std::string expected = RunOleCheck("write", theirs);
+  ASSERT_EQ(expected.rfind("D / CAFEF00D-0001-0002-0908-070605040302\n", 0), 0u) << expected.substr(0, 300);
+  // The outside writer's file, as olefile reads it and as we read it.
+  EXPECT_EQ(RunOleCheck("dump", theirs), expected);
+  EXPECT_EQ(OutsideListing(OpenFile(theirs, kReadExclusive)), expected);
+  // Our file, as olefile reads it, byte for byte.
+  {
+    IStoragePtr root = CreateFile(ours);
+    MakeOleCheckTree(root);
+    ASSERT_EQ(root->Commit(STGC_DEFAULT), S_OK);
+    EXPECT_EQ(OutsideListing(root), expected);
+  }
+  EXPECT_EQ(RunOleCheck("dump", ours), expected);
+}
+
+// Runs the built yk tool, which lies beside the tests in the build tree; stdout and stderr are
+// kept apart, and the exit status comes first.
+std::string RunYk(const std::string& arguments) {
+  const auto yk = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools" / "yk" / "yk";
+  if (!fs::exists(yk)) return "<no yk>";
+  TempFolder folder;
+  const std::string line = "'" + yk.string() + "' " + arguments + " 2>'" + folder.File("err") + "'";
+  FILE* pipe = ::popen(line.c_str(), "r");
+  std::string output;
+  char chunk[4096];
+  for (std::size_t got; (got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) output.append(chunk, got);
+  const int status = ::pclose(pipe);
+  return "exit " + std::to_string(WEXITSTATUS(status)) + "\n" + output + "stderr:\n" + FileBytes(folder.File("err"));
+}
+
+TEST(Storage, YkLsListsNestedElements) {
+  TempFolder folder;
+  const auto path = folder.File("ls.cfb");
+  {
+    IStoragePtr root = CreateFile(path);
+    MakeOleCheckTree(root);
+  }
+  if (RunYk("help") == "<no yk>") GTEST_SKIP() << "the yk tool is not built";
+  EXPECT_EQ(RunYk("ls '" + path + "'"),
+            "exit 0\n"
+            "Small  100\n"
+            "\\x05Props  0\n"
+            "Folder/\n"
+            "  Big  70000\n"
+            "  Empty  0\n"
+            "  Inner/\n"
+            "    Tiny  1\n"
+            "\xc3\x9cn\xc3\xaf"
+            "c\xc3\xb6"
+            "de  10\n"
+            "Exactly4096  4096\n"
+            "stderr:\n");
+  PutFile(folder.File("cut.cfb"), FileBytes(path).substr(0, 1536));
+  PutFile(folder.File("text"), "plain text");
+  EXPECT_EQ(RunYk("ls '" + folder.File("cut.cfb") + "'"),
+            "exit 1\nstderr:\nyk ls: " + folder.File("cut.cfb") + ": damaged compound file (0x80030109)\n");
+  EXPECT_EQ(RunYk("ls '" + folder.File("text") + "'"),
+            "exit 1\nstderr:\nyk ls: " + folder.File("text") + ": not a compound file (0x80030050)\n");
+  EXPECT_EQ(RunYk("ls '" + folder.File("none") + "'"),
+            "exit 1\nstderr:\nyk ls: " + folder.File("none") + ": no such file (0x80030002)\n");
+  EXPECT_EQ(RunYk("ls"), "exit 2\nstderr:\nusage: yk ls FILE\n");
 }
 
 // Every prefix and many single-byte changes of a sound file: each opens, or fails with a storage

@@ -16,6 +16,7 @@
 #include <ykstd/ykstd_Arr1.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_CollectionStore.hxx>
+#include <ykstd/ykstd_Date.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Dim.hxx>
 #include <ykstd/ykstd_DimSeq.hxx>
@@ -27,6 +28,7 @@
 #include <ykstd/ykstd_Map.hxx>
 #include <ykstd/ykstd_MapNode.hxx>
 #include <ykstd/ykstd_MsgEx.hxx>
+#include <ykstd/ykstd_Pref.hxx>
 #include <ykstd/ykstd_Schema.hxx>
 #include <ykstd/ykstd_Seq.hxx>
 #include <ykstd/ykstd_Session.hxx>

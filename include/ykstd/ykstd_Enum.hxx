@@ -40,4 +40,11 @@ enum ExprError : unsigned char {
 // The arguments an expression function takes, and so which of its Compute overloads is called.
 enum ArgType : unsigned char { ArgInt = 0, ArgDim = 1, ArgIntInt = 2 };
 
+// Order of the parts of a date's text. A whole int underneath, so that any number passed in is a
+// value of the type (numbers beyond the last give an empty text).
+enum DateFormat : int { DateDMY = 0, DateMDY = 1, DateYMD = 2 };
+
+// How a date's month is written: as a number; every other value stands for the month's name.
+enum MonthFormat : int { MonthNumber = 0, MonthText = 1 };
+
 }  // namespace ykenum

@@ -84,9 +84,12 @@ class YKSTD_EXPORT ykstd_BaseSequence {
 
  protected:
   ykstd_BaseSequence() noexcept = default;
-  // Sequences are copied by Assign only.
+  // Sequences are copied by Assign only; a move hands the chain over whole.
   ykstd_BaseSequence(const ykstd_BaseSequence&);
+  ykstd_BaseSequence(ykstd_BaseSequence&& other) noexcept { TakeChain(other); }
   ykstd_BaseSequence& operator=(const ykstd_BaseSequence&) = delete;
+  // Gives this (empty) sequence the chain of `other`, remembered position included.
+  void TakeChain(ykstd_BaseSequence& other) noexcept;
 
   // The node at i, or null outside 1..Length(); leaves the remembered position alone.
   ykstd_SeqNode* Find(std::int32_t i) const;
@@ -143,8 +146,16 @@ class YKSTD_EXPORT ykstd_Sequence : public ykstd_BaseSequence {
 
   ykstd_Sequence() noexcept = default;
   ykstd_Sequence(const ykstd_Sequence& other) : ykstd_BaseSequence(other) {}
+  ykstd_Sequence(ykstd_Sequence&& other) noexcept : ykstd_BaseSequence(static_cast<ykstd_BaseSequence&&>(other)) {}
   ykstd_Sequence& operator=(const ykstd_Sequence& other) {
     Assign(static_cast<const Self&>(other));
+    return *this;
+  }
+  ykstd_Sequence& operator=(ykstd_Sequence&& other) noexcept {
+    if (&other != this) {
+      Clear();
+      TakeChain(other);
+    }
     return *this;
   }
   ~ykstd_Sequence() override { Clear(); }

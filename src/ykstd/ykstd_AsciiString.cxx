@@ -8,9 +8,9 @@
 #include <istream>
 #include <ostream>
 
-#include <ykstd/platform/CString.hxx>
 #include <ykstd/platform/Nls.hxx>
 #include <ykstd/platform/OleAuto.hxx>
+#include <ykstd/platform/CString.hxx>
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 
@@ -553,6 +553,11 @@ std::ostream& operator<<(std::ostream& out, const ykstd_AsciiString& s) {
   return out;
 }
 
+std::istream& operator>>(std::istream& in, ykstd_AsciiString& s) {
+  s.Read(in);
+  return in;
+}
+
 ykstd_AsciiString::ykstd_AsciiString(HINSTANCE module, unsigned int id) : text_(nullptr), length_(0) {
   LoadAsciiString(module, id);
 }
@@ -562,9 +567,4 @@ unsigned char ykstd_AsciiString::LoadAsciiString(HINSTANCE module, unsigned int 
   if (!text.LoadString(module, id)) return 0;
   *this = ykstd_AsciiString(text.GetString());
   return 1;
-}
-
-std::istream& operator>>(std::istream& in, ykstd_AsciiString& s) {
-  s.Read(in);
-  return in;
 }

@@ -49,6 +49,15 @@ void ykstd_BaseSequence::Forget() noexcept {
   mCurrentIndex = mSize = 0;
 }
 
+void ykstd_BaseSequence::TakeChain(ykstd_BaseSequence& other) noexcept {
+  mFirstItem = other.mFirstItem;
+  mLastItem = other.mLastItem;
+  mCurrentItem = other.mCurrentItem;
+  mCurrentIndex = other.mCurrentIndex;
+  mSize = other.mSize;
+  other.Forget();
+}
+
 ykstd_SeqNode* ykstd_BaseSequence::Find(std::int32_t i) const {
   if (i < 1 || i > mSize) return nullptr;
   // Without a remembered node the walk starts from the nearer end, as from a position 0.
