@@ -14,6 +14,8 @@
 #include <ykstd/ykstd.hxx>
 
 #include "MemStorage.hxx"
+#include "TempHives.hxx"
+#include "UnitTestSession.hxx"
 
 using namespace ykenum;
 
@@ -538,4 +540,231 @@ TEST(DimText, UnitNamesAsciiAndFromMessages) {
   EXPECT_EQ(local, std::string("12.5 ") + ykstd_MsgEx::Get(500).Text());
   EXPECT_EQ(std::string(ykstd_Dim(12.0, UnitThreadM).ToLocalString(0, 1).Text()),
             std::string(ykstd_MsgEx::Get(506).Text()) + " 12");
+}
+
+namespace {
+
+ykstd_Dim ReadFrom(const std::string& text) {
+  std::istringstream in(text);
+  ykstd_Dim dim(7.0, 8.0, 9.0, UnitDeg);
+  in >> dim;
+  return dim;
+}
+
+}  // namespace
+
+TEST(DimTag, ReadTakesTheUnitFromThePrefix) {
+  ExpectFields(ReadFrom("/ 12"), 12 * 0.001, 0.0, 0.0, UnitMM);
+  ExpectFields(ReadFrom("/12"), 12 * 0.001, 0.0, 0.0, UnitMM);
+  ExpectFields(ReadFrom("  X -3.25"), -3.25, 0.0, 0.0, UnitNone);
+  ExpectFields(ReadFrom("/r1"), 57.29577951308232, 0.0, 0.0, UnitRad);
+  ExpectFields(ReadFrom("?d-45"), -45.0, 0.0, 0.0, UnitDeg);
+  // Inch numbers and threads are expressions in the prefix's unit, whatever unit they compute.
+  ExpectFields(ReadFrom("\\ 1+3/4"), 1.75 * 0.0254, 0.0, 0.0, UnitInch);
+  ExpectFields(ReadFrom("\\ 2*mm(1)"), 0.002 * 0.0254, 0.0, 0.0, UnitInch);
+  ExpectFields(ReadFrom("/m12"), 12 * 0.001, 0.0, 0.0, UnitThreadM);
+  ExpectFields(ReadFrom("\\p1/2"), 0.5 * 0.0254, 0.0, 0.0, UnitThreadBSP);
+  ExpectFields(ReadFrom("\\f3/8"), 0.375 * 0.0254, 0.0, 0.0, UnitThreadBSF);
+  ExpectFields(ReadFrom("\\w1"), 0.0254, 0.0, 0.0, UnitThreadBSW);
+  ExpectFields(ReadFrom("\\n(1+1)/4"), 0.5 * 0.0254, 0.0, 0.0, UnitThreadNPT);
+  ExpectFields(ReadFrom("\\u2"), 2 * 0.0254, 0.0, 0.0, UnitThreadUNC);
+}
+
+TEST(DimTag, ReadRanges) {
+  ExpectFields(ReadFrom("[\\ 1+1/2,2,0.25]"), 1.5 * 0.0254, 2 * 0.0254, 0.25 * 0.0254, UnitInch);
+  ExpectFields(ReadFrom("[/ 10,20,2.5]"), 10 * 0.001, 20 * 0.001, 2.5 * 0.001, UnitMM);
+  ExpectFields(ReadFrom("[/r1,2,0.5]"), 57.29577951308232, 2 * 57.29577951308232, 0.5 * 57.29577951308232, UnitRad);
+  ExpectFields(ReadFrom("[/d10,20,2.5]"), 10.0, 20.0, 2.5, UnitDeg);
+  ExpectFields(ReadFrom("[X 1,2,0.5]"), 1.0, 2.0, 0.5, UnitNone);
+  // The expression of a range ends at the comma, blanks and all.
+  ExpectFields(ReadFrom("[\\  1 + 1/4 ,2,0.25]"), 1.25 * 0.0254, 2 * 0.0254, 0.25 * 0.0254, UnitInch);
+}
+
+TEST(DimTag, WrittenValuesReadBackInSequence) {
+  const ykstd_Dim values[] = {
+      ykstd_Dim(12.5, UnitMM),          ykstd_Dim(1.5, UnitInch),      ykstd_Dim(12, UnitThreadM),
+      ykstd_Dim(0.75, UnitThreadBSP),   ykstd_Dim(0.5, UnitThreadUNC), ykstd_Dim(0.25, UnitRad),
+      ykstd_Dim(-30, UnitDeg),          ykstd_Dim(4.5, UnitNone),      kMMRange,
+      ykstd_Dim(1.0, 2.0, 0.5, UnitDeg)};
+  std::stringstream stream;
+  for (const ykstd_Dim& dim : values) stream << dim << ' ';
+  EXPECT_EQ(stream.str(), "/ 12.5 \\ 1.5 /m12 \\p0.75 \\u0.5 /r0.25 /d-30 X 4.5 [/ 10,20,2.5] [/d1,2,0.5] ");
+  for (const ykstd_Dim& dim : values) {
+    ykstd_Dim back;
+    stream >> back;
+    EXPECT_TRUE(back.IsEqual(dim)) << Ascii(dim);
+    EXPECT_EQ(back.GetUnit(), dim.GetUnit());
+  }
+}
+
+TEST(DimTag, ReadFailuresNameTheBadPart) {
+  const auto readFails = [](const std::string& source) { return FailureOf([&] { ReadFrom(source); }); };
+  EXPECT_EQ(readFails("Q 5"), ProgramError("ykstd_Dim::Read : unknown unit [Q]"));
+  EXPECT_EQ(readFails("[m1,2,3]"), ProgramError("ykstd_Dim::Read : unknown unit [m]"));
+  EXPECT_EQ(readFails("/q5"), ProgramError("ykstd_Dim::Read : unknown thread or angle [q]"));
+  // At the end of the stream the unit character is a NUL, which ends the failure's text.
+  EXPECT_EQ(readFails("/"), ProgramError("ykstd_Dim::Read : unknown thread or angle ["));
+  EXPECT_EQ(readFails(""), ProgramError("ykstd_Dim::Read : unknown thread or angle ["));
+  // An inch number must start like a number: a parenthesis is taken for a thread letter.
+  EXPECT_EQ(readFails("\\ (1+2)"), ProgramError("ykstd_Dim::Read : unknown thread or angle [(]"));
+  EXPECT_EQ(readFails("\\ 1+(2"), ProgramError("ykstd_Dim::Read : error in expression [1+(2]"));
+  EXPECT_EQ(readFails("\\ 12mm"), ProgramError("ykstd_Dim::Read : error in expression [12mm]"));
+  EXPECT_EQ(readFails("\\p"), ProgramError("ykstd_Dim::Read : error in expression []"));
+  // A range's expression is cut at 127 characters, here before its closing parenthesis.
+  EXPECT_EQ(readFails("[\\ 1*(" + std::string(124, '1') + "),2,0.25]"),
+            ProgramError("ykstd_Dim::Read : error in expression [1*(" + std::string(124, '1') + "]"));
+  // A failed read leaves the value as it was.
+  std::istringstream in("/q5");
+  ykstd_Dim dim(7.0, 8.0, 9.0, UnitDeg);
+  EXPECT_NE(FailureOf([&] { in >> dim; }), "no failure");
+  ExpectFields(dim, 7.0, 8.0, 9.0, UnitDeg);
+}
+
+namespace {
+
+// Display texts read with a session whose lengths are in inches and angles in radians, and whose
+// message module (found through the registry) gives the local unit names.
+class DimReadTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    WriteFileBytes(hives_.ClassesHive(),
+                   "Windows Registry Editor Version 5.00\n\n[HKEY_CLASSES_ROOT\\CLSID\\"
+                   "{3F0A6C11-7D2E-4B58-9C41-5E2A81D0B6F7}\\InprocServer32]\n@=\"" YKSTD_ADDIN_DIR "ykaddin.dll\"\n");
+    session_ = new UnitTestSession(UnitInch, UnitRad);
+    ASSERT_STREQ(ykstd_MsgEx::Get(500).Text(), "mm");
+  }
+  void TearDown() override {
+    if (!ykstd_Session::CurSession().IsNull()) ykstd_Session::CurSession()->Destroy();
+  }
+  // The result, then the fields, for comparing whole.
+  static std::string Read(const std::string& text, ykstd_Dim& dim, bool local = false) {
+    const ykstd_AsciiString source(text.c_str());
+    const unsigned char ok = local ? dim.FromLocalString(source) : dim.FromAsciiString(source);
+    std::ostringstream out;
+    out.precision(17);
+    out << int(ok) << " " << dim.RawValue() << " " << int(dim.GetUnit());
+    return out.str();
+  }
+  static std::string Read(const std::string& text) {
+    ykstd_Dim dim(5.0, 6.0, 7.0, UnitMM);
+    return Read(text, dim);
+  }
+  static std::string Expected(unsigned char ok, double value, Unit unit) {
+    std::ostringstream out;
+    out.precision(17);
+    out << int(ok) << " " << value << " " << int(unit);
+    return out.str();
+  }
+  TempHives hives_;
+  UnitTestSession* session_ = nullptr;
+};
+
+}  // namespace
+
+TEST_F(DimReadTest, DisplayTextsReadWithTheirUnit) {
+  EXPECT_EQ(Read("12.5 mm"), Expected(1, 12.5 * 0.001, UnitMM));
+  EXPECT_EQ(Read("mm 12.5"), Expected(1, 12.5 * 0.001, UnitMM));
+  EXPECT_EQ(Read(" \t-3\tdeg"), Expected(1, -3.0, UnitDeg));
+  EXPECT_EQ(Read("1 1/2 \""), Expected(1, 1.5 * 0.0254, UnitInch));
+  EXPECT_EQ(Read("2 1/2 \""), Expected(1, 2.5 * 0.0254, UnitInch));
+  EXPECT_EQ(Read("3/4 \""), Expected(1, 0.75 * 0.0254, UnitInch));
+  EXPECT_EQ(Read("M 12"), Expected(1, 12 * 0.001, UnitThreadM));
+  EXPECT_EQ(Read("BSP 1/2"), Expected(1, 0.5 * 0.0254, UnitThreadBSP));
+  EXPECT_EQ(Read("UNC 1 1/4"), Expected(1, 1.25 * 0.0254, UnitThreadUNC));
+  EXPECT_EQ(Read("2 mm2"), Expected(1, 2 * 0.001 * 0.001, UnitMM2));
+  // An unknown name behind the number gives a plain number, without failure.
+  EXPECT_EQ(Read("12 feet"), Expected(1, 12.0, UnitNone));
+  // The denominator is not tested.
+  EXPECT_EQ(Read("1/0 mm"), Expected(1, std::numeric_limits<double>::infinity(), UnitMM));
+  EXPECT_TRUE(session_->calls.empty());
+}
+
+TEST_F(DimReadTest, TextsWithoutUnitAskTheSession) {
+  EXPECT_EQ(Read("12.5"), Expected(1, 12.5 * 0.0254, UnitInch));
+  // Letters joined to the number are no unit name of their own.
+  EXPECT_EQ(Read("12.5mm"), Expected(1, 12.5 * 0.0254, UnitInch));
+  ykstd_Dim angle(1.0, UnitDeg);
+  EXPECT_EQ(Read("0.5", angle), Expected(1, 0.5 * 57.29577951308232, UnitRad));
+  const std::vector<std::string> asked = {"0,UnitLinear,1", "0,UnitLinear,1", "0,UnitAngular,1"};
+  EXPECT_EQ(session_->calls, asked);
+  // Without a session the read fails and is logged.
+  ykstd_Session::CurSession()->Destroy();
+  LogCapture log;
+  EXPECT_EQ(Read("12.5"), Expected(0, 0.0, UnitNone));
+  EXPECT_EQ(log.Text(), CaughtIn("ykstd_Dim::FromAsciiString", "EXCEPTION ykstd_fail_NullObject : NULL_HANDLE"));
+}
+
+TEST_F(DimReadTest, RefusedTexts) {
+  EXPECT_EQ(Read(""), Expected(0, 0.0, UnitNone));
+  EXPECT_EQ(Read("abc"), Expected(0, 5.0, UnitNone));  // unit first but unknown: only the unit is cleared
+  EXPECT_EQ(Read("mm abc"), Expected(0, 0.0, UnitNone));
+  EXPECT_EQ(Read("#12"), Expected(0, 0.0, UnitNone));
+  LogCapture log;
+  // Blanks only, or a unit name with nothing behind it, run past the end of the text.
+  EXPECT_EQ(Read("   "), Expected(0, 0.0, UnitNone));
+  EXPECT_EQ(Read("mm"), Expected(0, 0.0, UnitNone));
+  ykstd_Dim local(5.0, UnitDeg);
+  EXPECT_EQ(Read("deg ", local, true), Expected(0, 0.0, UnitNone));
+  const std::string outOfRange = "EXCEPTION ykstd_fail_OutOfRange : ykstd_AsciiString::SubString(int,int)";
+  EXPECT_EQ(log.Text(), CaughtIn("ykstd_Dim::FromAsciiString", outOfRange) +
+                            CaughtIn("ykstd_Dim::FromAsciiString", outOfRange) +
+                            CaughtIn("ykstd_Dim::FromLocalString", outOfRange));
+}
+
+TEST_F(DimReadTest, DisplayTextReadsBackTheSameNumber) {
+  for (int sixtyfourths = 0; sixtyfourths <= 200; ++sixtyfourths) {
+    const ykstd_Dim inch(sixtyfourths / 64.0, UnitInch);
+    const std::string shown = Ascii(inch, 3);
+    ykstd_Dim back;
+    EXPECT_EQ(Read(shown, back), Expected(1, inch.RawValue(), UnitInch)) << shown;
+  }
+  for (const ykstd_Dim& dim : {ykstd_Dim(12.5, UnitMM), ykstd_Dim(0.25, UnitThreadBSW), ykstd_Dim(16, UnitThreadM),
+                               ykstd_Dim(30, UnitDeg), ykstd_Dim(2.25, UnitIn2)}) {
+    ykstd_Dim back;
+    EXPECT_EQ(Read(Ascii(dim, -1), back), Expected(1, dim.RawValue(), dim.GetUnit())) << Ascii(dim, -1);
+    ykstd_Dim local;
+    EXPECT_EQ(Read(std::string(dim.ToLocalString(-1, 1).Text()), local, true),
+              Expected(1, dim.RawValue(), dim.GetUnit()));
+  }
+}
+
+TEST(DimTag, SetReadsTheTagFormWithFixedFractions) {
+  const auto set = [](const char* text) {
+    ykstd_Dim dim(5.0, 6.0, 7.0, UnitNone);
+    dim.Set(ykstd_AsciiString(text));
+    return dim;
+  };
+  // Max and step stay when the text is no range.
+  ExpectFields(set("/ 12"), 12 * 0.001, 6.0, 7.0, UnitMM);
+  ExpectFields(set("\\ 1+1/2"), 1.5 * 0.0254, 6.0, 7.0, UnitInch);
+  ExpectFields(set("\\ 3/4"), 0.75 * 0.0254, 6.0, 7.0, UnitInch);
+  ExpectFields(set("/d-45"), -45.0, 6.0, 7.0, UnitDeg);
+  ExpectFields(set("/r1"), 57.29577951308232, 6.0, 7.0, UnitRad);
+  ExpectFields(set("/m12"), 12 * 0.001, 6.0, 7.0, UnitThreadM);
+  ExpectFields(set("\\f1/4"), 0.25 * 0.0254, 6.0, 7.0, UnitThreadBSF);
+  ExpectFields(set("\\n1+1/8"), 1.125 * 0.0254, 6.0, 7.0, UnitThreadNPT);
+  ExpectFields(set("\\p2"), 2 * 0.0254, 6.0, 7.0, UnitThreadBSP);
+  ExpectFields(set("\\u1/2"), 0.5 * 0.0254, 6.0, 7.0, UnitThreadUNC);
+  ExpectFields(set("\\w3/8"), 0.375 * 0.0254, 6.0, 7.0, UnitThreadBSW);
+  // The metric thread takes no fraction.
+  ExpectFields(set("/m12/2"), 12 * 0.001, 6.0, 7.0, UnitThreadM);
+
+  ExpectFields(set("[\\ 1+1/2,2,0.25]"), 1.5 * 0.0254, 2 * 0.0254, 0.25 * 0.0254, UnitInch);
+  ExpectFields(set("[/ 10,20,2.5]"), 10 * 0.001, 20 * 0.001, 2.5 * 0.001, UnitMM);
+  ExpectFields(set("[/d10,20,5]"), 10.0, 20.0, 5.0, UnitDeg);
+  ExpectFields(set("[/r1,2,0.5]"), 57.29577951308232, 2 * 57.29577951308232, 0.5 * 57.29577951308232, UnitRad);
+}
+
+TEST(DimTag, SetFailuresLeaveTheValue) {
+  ykstd_Dim dim(5.0, 6.0, 7.0, UnitDeg);
+  const auto setFails = [&dim](const char* text) { return FailureOf([&] { dim.Set(ykstd_AsciiString(text)); }); };
+  EXPECT_EQ(setFails("X 5"), ProgramError("ykstd_Dim::Set : unknown length type [X]"));
+  EXPECT_EQ(setFails("[X 1,2,3]"), ProgramError("ykstd_Dim::Set : unknown length type [X]"));
+  EXPECT_EQ(setFails("/q5"), ProgramError("ykstd_Dim::Set : unknown category [q]"));
+  EXPECT_EQ(setFails("[/m1,2,3]"), ProgramError("ykstd_Dim::Set : unknown category [m] for range"));
+  EXPECT_EQ(setFails("/ "), "EXCEPTION ykstd_fail_NumericValue : ykstd_AsciiString::RealValue");
+  EXPECT_EQ(setFails("/"), "EXCEPTION ykstd_fail_NumericValue : ykstd_AsciiString::RealValue");
+  EXPECT_EQ(setFails("[/ 1,2"), "EXCEPTION ykstd_fail_NumericValue : ykstd_AsciiString::RealValue");
+  EXPECT_EQ(setFails(""), "EXCEPTION ykstd_fail_OutOfRange : ");
+  ExpectFields(dim, 5.0, 6.0, 7.0, UnitDeg);
 }

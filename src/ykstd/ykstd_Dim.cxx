@@ -9,6 +9,7 @@
 
 #include <ykstd/ykstd_Archive.hxx>
 #include <ykstd/ykstd_Dim.hxx>
+#include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_MsgEx.hxx>
 #include <ykstd/ykstd_Schema.hxx>
@@ -536,6 +537,82 @@ ykstd_AsciiString ykstd_Dim::ToLocalString(std::int32_t decimals, unsigned char 
   }
 }
 
+namespace {
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
+
+// The text from position `from` to its end; a position past the end raises as SubString does.
+ykstd_AsciiString Rest(const ykstd_AsciiString& text, std::int32_t from) { return text.SubString(from, text.Length()); }
+
+}  // namespace
+
+unsigned char ykstd_Dim::ParseDisplayText(const ykstd_AsciiString& text, bool local) {
+  if (text.Length() < 1) {
+    Set(0.0, ykenum::UnitNone);
+    return 0;
+  }
+  std::int32_t start = 1;
+  while (start <= text.Length() && IsBlank(text.Value(start))) ++start;
+  // Only blanks: the position is past the end and the failure ends in the caller's catch.
+  ykstd_AsciiString t = Rest(text, start);
+
+  const bool unitFirst = std::isalpha(static_cast<unsigned char>(t.Value(1))) != 0;
+  ykenum::Unit unit = GetUnit();
+  if (unitFirst) {
+    const ykstd_AsciiString name = t.Token(" \t", 1);
+    unit = StringToUnit(name, local ? 1 : 0);
+    unit_ = unit;
+    if (unit == ykenum::UnitNone) return 0;
+    t = Rest(t, name.Length() + 2);
+  }
+  if (!t.IsRealValue()) {
+    Set(0.0, ykenum::UnitNone);
+    return 0;
+  }
+  double value = t.RealValue();
+
+  const ykstd_AsciiString fraction = t.Token(" ", 2);
+  if (fraction.IsRealValue()) {
+    const ykstd_AsciiString den = fraction.Token("/", 2);
+    if (den.IsRealValue()) value = fraction.Token("/", 1).RealValue() / den.RealValue() + value;
+  } else {
+    const ykstd_AsciiString den = t.Token("/", 2);
+    if (den.IsRealValue()) value = value / den.RealValue();
+  }
+
+  if (!unitFirst) {
+    const ykstd_AsciiString name = t.Token(" \t", t.Token(" \t", 2).IsRealValue() ? 3 : 2);
+    if (name.Length() > 0) {
+      unit = StringToUnit(name, local ? 1 : 0);
+    } else {
+      const char* setting = IsAngle(unit_) ? "UnitAngular" : "UnitLinear";
+      unit = ykstd_Session::CurSession()->GetUnitSetting(0, setting, 1);
+    }
+  }
+  Set(value, unit);
+  return 1;
+}
+
+unsigned char ykstd_Dim::FromAsciiString(const ykstd_AsciiString& text) {
+  try {
+    return ParseDisplayText(text, false);
+  } catch (Hnd_ykstd_fail_Failure& failure) {
+    YKSTD_LOG_CAUGHT(kSource, "ykstd_Dim::FromAsciiString", failure);
+    Set(0.0, ykenum::UnitNone);
+    return 0;
+  }
+}
+
+unsigned char ykstd_Dim::FromLocalString(const ykstd_AsciiString& text) {
+  try {
+    return ParseDisplayText(text, true);
+  } catch (Hnd_ykstd_fail_Failure& failure) {
+    YKSTD_LOG_CAUGHT(kSource, "ykstd_Dim::FromLocalString", failure);
+    Set(0.0, ykenum::UnitNone);
+    return 0;
+  }
+}
+
 // ---- tag text ----
 
 namespace {
@@ -551,6 +628,90 @@ constexpr TagForm kTagForms[] = {{"/ ", kMMOut},    {"\\ ", kInchOut}, {nullptr,
                                  {"X ", 1.0}};
 
 }  // namespace
+
+namespace {
+
+// "a+n/d" or "a/d" in the rest of a tag text, with a already read as `value`.
+double WithFraction(const ykstd_AsciiString& rest, double value) {
+  const ykstd_AsciiString added = rest.Token("+", 2);
+  if (added.IsRealValue()) {
+    const ykstd_AsciiString den = added.Token("/", 2);
+    if (den.IsRealValue()) value = added.Token("/", 1).RealValue() / den.RealValue() + value;
+    return value;
+  }
+  const ykstd_AsciiString den = rest.Token("/", 2);
+  if (den.IsRealValue()) value = value / den.RealValue();
+  return value;
+}
+
+// The text behind its first `count` bytes; empty when nothing follows, so that the number
+// reading that comes next raises its numeric failure.
+ykstd_AsciiString Behind(const ykstd_AsciiString& text, std::int32_t count) {
+  return text.Length() > count ? ykstd_AsciiString(text.Text() + count) : ykstd_AsciiString();
+}
+
+[[noreturn]] void FailSet(const char* problem, char c, const char* tail) {
+  ykstd_TextStream text;
+  text << "ykstd_Dim::Set : " << problem << " [" << c << "]" << tail;
+  Fail(text);
+}
+
+}  // namespace
+
+void ykstd_Dim::Set(const ykstd_AsciiString& text) {
+  const bool range = text.Value(1) == '[';
+  const std::int32_t prefix = range ? 3 : 2;
+  const ykstd_AsciiString rest = Behind(text, prefix);
+  double value = rest.RealValue();
+  double max = range ? text.Token(",", 2).RealValue() : max_;
+  double step = range ? text.Token(",", 3).RealValue() : step_;
+  const char selector = text.Value(prefix);
+  double factor = 1.0;
+  ykenum::Unit unit = ykenum::UnitNone;
+  switch (selector) {
+    case ' ': {
+      const char kind = text.Value(prefix - 1);
+      if (kind == '/') {
+        unit = ykenum::UnitMM;
+        factor = kMMIn;
+      } else if (kind == '\\') {
+        unit = ykenum::UnitInch;
+        factor = kInchIn;
+        value = WithFraction(rest, value);
+      } else {
+        FailSet("unknown length type", kind, "");
+      }
+      break;
+    }
+    case 'd': unit = ykenum::UnitDeg; break;
+    case 'r':
+      unit = ykenum::UnitRad;
+      factor = kRadIn;
+      break;
+    default: {
+      static constexpr char kThreads[] = "mfnpuw";
+      static constexpr ykenum::Unit kThreadUnits[] = {ykenum::UnitThreadM,   ykenum::UnitThreadBSF,
+                                                      ykenum::UnitThreadNPT, ykenum::UnitThreadBSP,
+                                                      ykenum::UnitThreadUNC, ykenum::UnitThreadBSW};
+      const char* found = range || selector == '\0' ? nullptr : std::strchr(kThreads, selector);
+      if (found == nullptr) FailSet("unknown category", selector, range ? " for range" : "");
+      unit = kThreadUnits[found - kThreads];
+      if (unit == ykenum::UnitThreadM) {
+        factor = kMMIn;
+      } else {
+        factor = kInchIn;
+        value = WithFraction(rest, value);
+      }
+      break;
+    }
+  }
+  value_ = value * factor;
+  unit_ = unit;
+  if (range) {
+    max_ = max * factor;
+    step_ = step * factor;
+  }
+}
 
 std::ostream& ykstd_Dim::Write(std::ostream& out) const {
   const bool range = step_ > 0.0;
@@ -572,3 +733,86 @@ std::ostream& ykstd_Dim::Write(std::ostream& out) const {
 }
 
 std::ostream& operator<<(std::ostream& out, const ykstd_Dim& dim) { return dim.Write(out); }
+std::istream& ykstd_Dim::Read(std::istream& in) {
+  char c0 = '\0';
+  char c1 = '\0';
+  in >> c0 >> c1;
+  const bool range = c0 == '[';
+  if (range) {
+    c0 = c1;
+    c1 = '\0';
+    in >> c1;
+  }
+  ykenum::Unit unit = ykenum::UnitNone;
+  if (std::isdigit(static_cast<unsigned char>(c1)) || c1 == '+' || c1 == '-' || c1 == '.') {
+    in.putback(c1);
+    switch (c0) {
+      case '/': unit = ykenum::UnitMM; break;
+      case '\\': unit = ykenum::UnitInch; break;
+      case 'X': unit = ykenum::UnitNone; break;
+      default: {
+        ykstd_TextStream text;
+        text << "ykstd_Dim::Read : unknown unit [" << c0 << "]";
+        Fail(text);
+      }
+    }
+  } else {
+    static constexpr char kKinds[] = "drmpfwnu";
+    static constexpr ykenum::Unit kKindUnits[] = {ykenum::UnitDeg,       ykenum::UnitRad,       ykenum::UnitThreadM,
+                                                  ykenum::UnitThreadBSP, ykenum::UnitThreadBSF, ykenum::UnitThreadBSW,
+                                                  ykenum::UnitThreadNPT, ykenum::UnitThreadUNC};
+    const char* found = c1 == '\0' ? nullptr : std::strchr(kKinds, c1);
+    if (found == nullptr) {
+      ykstd_TextStream text;
+      text << "ykstd_Dim::Read : unknown thread or angle [" << c1 << "]";
+      Fail(text);
+    }
+    unit = kKindUnits[found - kKinds];
+  }
+
+  double value = 0.0;
+  if (unit == ykenum::UnitInch || IsThread(unit)) {
+    // Inch numbers are expressions such as 1+3/4; in a range the comma ends one.
+    std::string expression;
+    if (range) {
+      char buffer[128] = {};
+      in >> std::ws;
+      in.get(buffer, sizeof buffer, ',');
+      expression = buffer;
+    } else {
+      in >> expression;
+    }
+    const ykstd_AsciiString source(expression.c_str());
+    ykstd_Dim result;
+    if (ykstd_Expression::Evaluate(source, result) != ykenum::ExprNoError) {
+      ykstd_TextStream text;
+      text << "ykstd_Dim::Read : error in expression [" << expression << "]";
+      Fail(text);
+    }
+    value = result.value_ * (unit == ykenum::UnitThreadM ? kMMIn : kInchIn);
+  } else {
+    in >> value;
+    if (unit == ykenum::UnitRad) value *= kRadIn;
+    if (unit == ykenum::UnitMM) value *= kMMIn;
+  }
+
+  double max = 0.0;
+  double step = 0.0;
+  if (range) {
+    char separator = '\0';
+    in >> separator >> max >> separator >> step >> separator;
+    const double factor = unit == ykenum::UnitMM     ? kMMIn
+                          : unit == ykenum::UnitInch ? kInchIn
+                          : unit == ykenum::UnitRad  ? kRadIn
+                                                     : 1.0;
+    max *= factor;
+    step *= factor;
+  }
+  value_ = value;
+  max_ = max;
+  step_ = step;
+  unit_ = unit;
+  return in;
+}
+
+std::istream& operator>>(std::istream& in, ykstd_Dim& dim) { return dim.Read(in); }
