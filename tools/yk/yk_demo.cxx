@@ -1,5 +1,6 @@
 // A short tour of the library for a person at a terminal.
 #include <iostream>
+#include <sstream>
 
 #include <ykstd/ykstd.hxx>
 
@@ -43,6 +44,11 @@ void ShowDimTexts() {
   const ykstd_Dim dims[] = {ykstd_Dim(12.5, ykenum::UnitMM), ykstd_Dim(1.5, ykenum::UnitInch),
                             ykstd_Dim(0.01, 0.02, 0.0025, ykenum::UnitMM), ykstd_Dim(0.5, ykenum::UnitThreadBSP)};
   for (const ykstd_Dim& dim : dims) std::cout << "dim " << dim.ToAsciiString(3, 1) << "  tag form " << dim << "\n";
+  // Inch numbers in the tag form are expressions.
+  std::istringstream tag("\\ 1+3/4");
+  ykstd_Dim read;
+  tag >> read;
+  std::cout << "tag form " << tag.str() << " reads " << read.ToAsciiString(3, 1) << "\n";
 }
 
 int Demo(const std::vector<std::string>&) {
