@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <random>
 #include <sstream>
 #include <string>
@@ -10,6 +13,7 @@
 #include <ykstd/ykstd.hxx>
 
 #include "../src/ykstd/ykstd_ExpressionInput.hxx"
+#include "ykstd_TestRaised.hxx"
 
 namespace {
 
@@ -290,6 +294,12 @@ TEST_F(ExpressionTest, BadTextsGiveTheirCodeAndAResult) {
   // The first error stays while the parse runs on; only an invalid character overwrites it.
   ExpectError("1/0+mm(1)*deg(1)+(", ExprDivisionByNull);
   ExpectError("1/0+mm(1)*deg(1)+$", ExprInvalidCharacter);
+  // A zero byte is a character like any other, not the end of the text.
+  ykstd_AsciiString zero(2, '1');
+  zero.SetValue(2, '\0');
+  ASSERT_EQ(zero.Length(), 2);
+  ykstd_Dim result;
+  EXPECT_EQ(ykstd_Expression::Evaluate(zero, result), ExprInvalidCharacter);
 }
 
 TEST_F(ExpressionTest, AMissingPrimaryIsTheLastNumber) {
@@ -396,23 +406,12 @@ TEST_F(ExpressionTest, FunctionClassAndDefaults) {
   EXPECT_FALSE(Hnd_ykstd_fnc_Function::DownCast(Hnd_ykstd_Transient(f)).IsNull());
 
   ykstd_Dim result;
-  const std::pair<std::function<void()>, const char*> defaults[] = {
-      {[&] { f->Compute(1, result); },
-       "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT) : method not redefined"},
-      {[&] { f->Compute(result, result); },
-       "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(DIM) : method not redefined"},
-      {[&] { f->Compute(1, 2, result); },
-       "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT,INT) : method not redefined"},
-  };
-  for (const auto& [call, text] : defaults) {
-    try {
-      call();
-      ADD_FAILURE() << text;
-    } catch (Hnd_ykstd_fail_ProgramError& failure) {
-      EXPECT_STREQ(failure->Message().Text(), text);
-      failure->Remove();
-    }
-  }
+  EXPECT_EQ(RaisedMessage([&] { f->Compute(1, result); }),
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT) : method not redefined");
+  EXPECT_EQ(RaisedMessage([&] { f->Compute(result, result); }),
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(DIM) : method not redefined");
+  EXPECT_EQ(RaisedMessage([&] { f->Compute(1, 2, result); }),
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_fnc_Function::Compute(INT,INT) : method not redefined");
 
   // Reached from an expression, the failure becomes an error code and is forgotten.
   ykstd_Expression::AddFunction(f);
@@ -506,6 +505,24 @@ TEST_F(ExpressionTest, ErrorsOfFunctionsAndAllMessages) {
   ExpectError("1/0+KK(1,1)", ExprDivisionByNull);
 }
 
+TEST_F(ExpressionTest, BrokenRegistrationsEndInInvalidOperation) {
+  const std::string path = ::testing::TempDir() + "ykstd_expression_log.txt";
+  ykstd_Debug::mLogFile.open(path, std::ios::out | std::ios::trunc);
+  ykstd_Debug::SwitchOn(true);
+  ykstd_Expression::AddFunction(Hnd_ykstd_fnc_Function());
+  ExpectError("x(1)", ExprInvalidOperation);
+  ykstd_Expression::Init();
+  ykstd_Expression::AddFunction(new Bare("odd", static_cast<ArgType>(7)));
+  ExpectError("1+odd(1)", ExprInvalidOperation);
+  ExpectValue("sin(rad(0))", 0, UnitNone);  // built-ins are not searched for in the registry
+  ykstd_Debug::mLogFile.close();
+  ykstd_Debug::mLogFile.clear();
+  std::ifstream in(path);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}),
+            "EXCEPTION ykstd_fail_NullObject : NULL_HANDLE\n"
+            "EXCEPTION ykstd_fail_ProgramError : ykstd_Expression::EvalPrim: invalid function type\n");
+}
+
 // Evaluates a text of its own from inside Compute.
 class Nested : public ykstd_fnc_Function {
  public:
@@ -557,6 +574,25 @@ TEST_F(ExpressionTest, SignGuardReachesIntoNestedEvaluations) {
   const Outcome got = Eval("-nest(1)");
   EXPECT_EQ(nest->innerError, ExprInvalidOperation);
   EXPECT_EQ(got.error, ExprInvalidOperation);
+}
+
+// Empties the evaluator from inside a call, input and registry alike.
+class Reset : public ykstd_fnc_Function {
+ public:
+  Reset() : ykstd_fnc_Function("reset", ArgInt) {}
+  ExprError Compute(std::int32_t i, ykstd_Dim& result) const override {
+    ykstd_Expression::Init();
+    result.Set(i, UnitNone);
+    return ExprNoError;
+  }
+};
+
+TEST_F(ExpressionTest, InitFromInsideACallEndsTheText) {
+  ykstd_Expression::AddFunction(new Reset);
+  // The "*" was scanned before the call; what follows it is gone, so the missing primary is the
+  // function's own result.
+  ExpectValue("reset(3)*2+100", 9, UnitNone);
+  ExpectError("reset(1)", ExprInvalidFunction);  // the registry went with it
 }
 
 // A nested evaluation that fails inside leaves its input behind: the outer reads on from there,

@@ -4,6 +4,8 @@
 
 #include <ykstd/ykstd.hxx>
 
+#include "MemStorage.hxx"
+
 namespace {
 
 // Counts the living objects of its class, so that tests can see who keeps one alive.
@@ -92,6 +94,33 @@ TEST(VarArg, CopiesCarryEveryMember) {
   EXPECT_STREQ(stored.Text().Text(), "text");
   EXPECT_EQ(stored.Dimension().RawValue(), 0.0254);
   EXPECT_EQ(stored.Dimension().GetUnit(), ykenum::UnitInch);
+}
+
+TEST(VarArg, OnlyTheCountOfASequenceIsStored) {
+  ykstd_Debug::SwitchOn(false);
+  ykstd_test::MemStorage storage;
+  ykstd_VarArgSeq seq;
+  seq.Append(ykstd_VarArg(2.5));
+  seq.Append(ykstd_VarArg("two"));
+  ykstd_VarArg loose(std::int32_t{9});
+  {
+    ykstd_Archive ar(&storage, "s", 1, 4096, nullptr);
+    ar << seq << loose;
+  }
+  EXPECT_EQ(storage.Bytes(L"s"), (std::vector<unsigned char>{0x02, 0x00}));
+
+  ykstd_VarArgSeq loaded;
+  loaded.Append(ykstd_VarArg('z'));
+  {
+    ykstd_Archive ar(&storage, "s", 2, 4096, nullptr);
+    ar >> loaded >> loose;
+  }
+  ASSERT_EQ(loaded.Length(), 2);
+  EXPECT_EQ(loaded.Value(1).GetKind(), ykstd_VarArg::VarArgNone);
+  EXPECT_EQ(loaded.Value(2).GetKind(), ykstd_VarArg::VarArgNone);
+  EXPECT_EQ(loaded.Value(2).Text().Length(), 0);
+  EXPECT_EQ(loose.LongValue(), 9);
+  ykstd_Debug::SwitchOn(true);
 }
 
 }  // namespace

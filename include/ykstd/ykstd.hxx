@@ -21,6 +21,7 @@
 #include <ykstd/ykstd_Date.hxx>
 #include <ykstd/ykstd_Debug.hxx>
 #include <ykstd/ykstd_Dim.hxx>
+#include <ykstd/ykstd_DimSeq.hxx>
 #include <ykstd/ykstd_Enum.hxx>
 #include <ykstd/ykstd_ErrorHandler.hxx>
 #include <ykstd/ykstd_Export.hxx>

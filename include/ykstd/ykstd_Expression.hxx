@@ -43,10 +43,6 @@ class YKSTD_EXPORT ykstd_fnc_Function : public ykstd_TShared {
 // The registry of functions, in order of registration.
 YKSTD_SEQUENCE(FunctionSeq, Hnd_ykstd_fnc_Function, ykstd_FormObject);
 
-namespace ykstd_detail {
-struct ExprArgs;
-}
-
 // The process-wide evaluator: Evaluate("mm(10)+in(1)/2", result). It computes while it parses;
 // a bad expression gives an error code, never a failure. A registered function may evaluate
 // again from its Compute: the outer evaluation's state is saved and comes back afterwards.
@@ -91,12 +87,15 @@ class YKSTD_EXPORT ykstd_Expression {
     TokClose = 9
   };
 
+  // The arguments of one call.
+  struct Args;
+
   void NextToken();
   ykstd_Dim EvalExpr();
   ykstd_Dim EvalTerm();
   ykstd_Dim EvalPrim();
-  void EvalArgs(ykstd_detail::ExprArgs& list);
-  void Call(const ykstd_AsciiString& function, const ykstd_detail::ExprArgs& list);
+  void EvalArgs(Args& list);
+  void Call(const ykstd_AsciiString& function, const Args& list);
   bool CallBuiltIn(const ykstd_AsciiString& function, const ykstd_Dim& argument);
   // Keeps the first error of an evaluation.
   void SetError(ykenum::ExprError error) {

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include <ykstd/ykstd_Expression.hxx>
@@ -28,17 +29,13 @@ ExprError ykstd_fnc_Function::Compute(std::int32_t, ykstd_Dim&) const {
   ykstd_fail_ProgramError::Raise("ykstd_fnc_Function::Compute(INT) : method not redefined");
 }
 
-namespace ykstd_detail {
-
-// The arguments of a call. Only the first two are ever passed on (no call takes more), so only
-// they are kept; the count decides the rest.
-struct ExprArgs {
+// Only the first two arguments are ever passed on (no call takes more), so only they are kept;
+// the count decides the rest.
+struct ykstd_Expression::Args {
   ykstd_Dim first;
   ykstd_Dim second;
   std::int32_t count = 0;
 };
-
-}  // namespace ykstd_detail
 
 namespace {
 
@@ -108,7 +105,10 @@ ExprError ykstd_Expression::Evaluate(const ykstd_AsciiString& text, ykstd_Dim& r
   self.error_ = ExprNoError;
   try {
     if (statics.input) {
-      statics.Push(new ykstd_detail::ExprSavedState{statics.input, self.value_, self.name_, self.token_, nullptr});
+      std::unique_ptr<ykstd_detail::ExprSavedState> record(
+          new ykstd_detail::ExprSavedState{statics.input, self.value_, self.name_, self.token_});
+      statics.saved.Push(record.get());
+      record.release();
       statics.input = nullptr;
     }
     statics.input = ExprInput::Create(text.Text(), text.Length());
@@ -300,7 +300,7 @@ ykstd_Dim ykstd_Expression::EvalPrim() {
         return value_;
       }
       NextToken();
-      ykstd_detail::ExprArgs args;
+      Args args;
       EvalArgs(args);
       if (token_ != TokClose) {
         SetError(ExprParenthesis);
@@ -314,7 +314,7 @@ ykstd_Dim ykstd_Expression::EvalPrim() {
   }
 }
 
-void ykstd_Expression::EvalArgs(ykstd_detail::ExprArgs& list) {
+void ykstd_Expression::EvalArgs(Args& list) {
   list.count = 0;
   for (;;) {
     const ykstd_Dim argument = EvalExpr();
@@ -366,7 +366,7 @@ bool ykstd_Expression::CallBuiltIn(const ykstd_AsciiString& function, const ykst
   return false;
 }
 
-void ykstd_Expression::Call(const ykstd_AsciiString& function, const ykstd_detail::ExprArgs& list) {
+void ykstd_Expression::Call(const ykstd_AsciiString& function, const Args& list) {
   if (list.count == 1 && CallBuiltIn(function, list.first)) return;
   // The first registered function of the name decides. A copy of its handle keeps it alive should
   // its Compute change the registry.

@@ -174,6 +174,7 @@ class ExprInput {
 // library's statics).
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Dim.hxx>
+#include <ykstd/ykstd_List.hxx>
 
 class ykstd_Expression;
 
@@ -185,7 +186,6 @@ struct ExprSavedState {
   ykstd_Dim value;
   ykstd_AsciiString name;
   unsigned char token;
-  ExprSavedState* below;
 };
 
 struct ExprStatics {
@@ -194,13 +194,11 @@ struct ExprStatics {
   ExprStatics& operator=(const ExprStatics&) = delete;
   ~ExprStatics() { ReleaseAll(); }
 
-  void Push(ExprSavedState* state) {
-    state->below = saved;
-    saved = state;
-  }
+  // Null when no evaluation is interrupted.
   ExprSavedState* Pop() {
-    ExprSavedState* top = saved;
-    if (top) saved = top->below;
+    if (saved.IsEmpty()) return nullptr;
+    ExprSavedState* top = static_cast<ExprSavedState*>(saved.Top());
+    saved.Pop();
     return top;
   }
   // Releases the input and every saved state with its input.
@@ -213,10 +211,10 @@ struct ExprStatics {
     }
   }
 
-  ExprInput* input = nullptr;       // the text under evaluation; null between evaluations
-  ExprSavedState* saved = nullptr;  // top of the stack of interrupted evaluations
-  bool signGuard = false;           // set while the operand of a unary minus is evaluated
-  std::int32_t depth = 0;           // nesting of primaries now under evaluation
+  ExprInput* input = nullptr;  // the text under evaluation; null between evaluations
+  ykstd_PtrStack saved;        // the interrupted evaluations, innermost on top
+  bool signGuard = false;      // set while the operand of a unary minus is evaluated
+  std::int32_t depth = 0;      // nesting of primaries now under evaluation
 };
 
 ExprStatics& ExpressionStatics();
