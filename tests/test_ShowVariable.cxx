@@ -97,6 +97,10 @@ TEST_F(ShowVariableTest, SequencesShowCountThenElements) {
   ShowVariable("e", numbers);
   for (std::int32_t i : {1, 2, 3}) numbers.Append(i);
   ShowVariable("n", numbers);
+  ykstd_DimSeq dims;
+  dims.Append(ykstd_Dim(12.5, ykenum::UnitMM));
+  dims.Append(ykstd_Dim(0.01, 0.02, 0.0025, ykenum::UnitMM));
+  ShowVariable("d", dims);
   ykstd_IntList list;
   list.Append(4);
   list.Append(-5);
@@ -108,6 +112,9 @@ TEST_F(ShowVariableTest, SequencesShowCountThenElements) {
             "[AscStr]: 2 = \"two\"\n"
             "[IntSeq]: e = 0 int(s) :\n"
             "[IntSeq]: n = 3 int(s) :1, 2, 3\n"
+            "[DimSeq]: d = 2 dim(s) :\n"
+            "[Dim]: 1 = 12.5 mm\n"
+            "[Dim]: 2 = [10~20 mm/2.5 mm]\n"
             "[IntList]: l = 2 int(s) :4, -5\n");
 }
 

@@ -5,6 +5,7 @@
 
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_Dim.hxx>
+#include <ykstd/ykstd_DimSeq.hxx>
 #include <ykstd/ykstd_Export.hxx>
 #include <ykstd/ykstd_List.hxx>
 #include <ykstd/ykstd_Seq.hxx>
@@ -24,6 +25,7 @@ YKSTD_EXPORT void ShowVariable(const char* name, const Hnd_ykstd_Transient& valu
 YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_Dim& value);
 // A head line with the count, then each element on its own line named by its position.
 YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_AsciiStringSeq& value);
+YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_DimSeq& value);
 // The count and the numbers on one line.
 YKSTD_EXPORT void ShowVariable(const char* name, const ykstd_IntSeq& value);
 // As the integer sequence, under the tag "[IntList]".
