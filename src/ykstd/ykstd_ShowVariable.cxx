@@ -77,9 +77,7 @@ void ShowVariable(const char* name, const ykstd_AsciiStringSeq& value) {
   ShowElements("[AscStrSeq]: ", name, value, " AscStr(s) :");
 }
 
-void ShowVariable(const char* name, const ykstd_DimSeq& value) {
-  ShowElements("[DimSeq]: ", name, value, " dim(s) :");
-}
+void ShowVariable(const char* name, const ykstd_DimSeq& value) { ShowElements("[DimSeq]: ", name, value, " dim(s) :"); }
 
 void ShowVariable(const char* name, const ykstd_IntSeq& value) {
   std::ostream& log = Head("[IntSeq]: ", name);
