@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstring>
@@ -51,7 +52,7 @@ void ExpectFields(const ykstd_Dim& dim, double value, double max, double step, U
 // Sends the debug log to a file for the life of the object.
 class LogCapture {
  public:
-  LogCapture() : path_(::testing::TempDir() + "ykstd_dim_log.txt") {
+  LogCapture() : path_(::testing::TempDir() + "ykstd_dim_log_" + std::to_string(::getpid()) + ".txt") {
     ykstd_Debug::SwitchOn(true);
     ykstd_Debug::mLogFile.open(path_, std::ios::out | std::ios::trunc);
   }

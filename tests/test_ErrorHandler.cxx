@@ -159,7 +159,7 @@ class EndOfProcessTest : public ::testing::Test {
   void SetUp() override { Reopen(); }
   // A fresh log for the next child, which shares the stream's file offset with this process.
   void Reopen() {
-    path_ = ::testing::TempDir() + "ykstd_errorhandler_end.log";
+    path_ = ::testing::TempDir() + "ykstd_errorhandler_end_" + std::to_string(::getpid()) + ".log";
     ykstd_Debug::mLogFile.close();
     ykstd_Debug::mLogFile.clear();
     ykstd_Debug::mLogFile.open(path_, std::ios::out | std::ios::trunc);

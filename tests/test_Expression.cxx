@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstring>
@@ -506,7 +507,7 @@ TEST_F(ExpressionTest, ErrorsOfFunctionsAndAllMessages) {
 }
 
 TEST_F(ExpressionTest, BrokenRegistrationsEndInInvalidOperation) {
-  const std::string path = ::testing::TempDir() + "ykstd_expression_log.txt";
+  const std::string path = ::testing::TempDir() + "ykstd_expression_log_" + std::to_string(::getpid()) + ".txt";
   ykstd_Debug::mLogFile.open(path, std::ios::out | std::ios::trunc);
   ykstd_Debug::SwitchOn(true);
   ykstd_Expression::AddFunction(Hnd_ykstd_fnc_Function());

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -11,7 +12,7 @@ namespace {
 class ShowVariableTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    path_ = ::testing::TempDir() + "ykstd_showvariable.log";
+    path_ = ::testing::TempDir() + "ykstd_showvariable_" + std::to_string(::getpid()) + ".log";
     ykstd_Debug::mLogFile.close();
     ykstd_Debug::mLogFile.clear();
     ykstd_Debug::mLogFile.open(path_, std::ios::out | std::ios::trunc);
