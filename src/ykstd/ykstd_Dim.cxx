@@ -438,9 +438,9 @@ ykstd_AsciiString ykstd_Dim::RoundedString(double number, std::int32_t decimals)
     for (std::int32_t i = 0; i < decimals && !std::isinf(factor); ++i) factor *= 10.0;
     const double scaled = factor * number;
     double x = scaled > 0.0 ? scaled + 0.5 : scaled - 0.5;
+    // Zero and small negatives come out of ceil as -0, and show as "-0.000": that is the stored behaviour.
     x = x > 0.0 ? std::floor(x) : std::ceil(x);
-    // Rounding towards zero by ceil leaves -0 for small negatives and zero itself; show it as 0.
-    number = x == 0.0 ? 0.0 : x / factor;
+    number = x / factor;
   }
   return NumberText(number, decimals);
 }
