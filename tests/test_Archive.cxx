@@ -229,6 +229,26 @@ TEST_F(ArchiveTest, ReadingPastTheEndFailsInFillBuffer) {
   });
 }
 
+TEST_F(ArchiveTest, RefillStopsOnceTheMissingBytesCameEvenWhenShortOfTheWhole) {
+  // Three bytes a read: the short leaves one unread, a double then misses seven; two reads bring
+  // six, which covers the seven missing beyond the one unread only by counting that one too.
+  storage.maxChunk = 3;
+  Load(Bytes(12, 0x11), [](ykstd_Archive& ar) {
+    std::int16_t s = 0;
+    double d = 0;
+    ar >> s;
+    EXPECT_EQ(Raised([&] { ar >> d; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
+  });
+  // The same bytes through a stream that delivers what is asked read back whole.
+  storage.maxChunk = 0;
+  Load(Bytes(12, 0x11), [](ykstd_Archive& ar) {
+    std::int16_t s = 0;
+    double d = 0;
+    ar >> s >> d;
+    EXPECT_EQ(s, 0x1111);
+  });
+}
+
 TEST_F(ArchiveTest, TextLinesEndAtLineFeedOrCarriageReturn) {
   const Bytes bytes = Store([](ykstd_Archive& ar) {
     ar.WriteString("one");

@@ -269,12 +269,14 @@ void ykstd_Archive::FillBuffer(std::int32_t additional) {
   const std::ptrdiff_t needed = unread + additional;
   if (bufCur > bufStart) {
     std::memmove(bufStart, bufCur, static_cast<std::size_t>(unread));
-    while (unread < bufferSize && unread < needed) {
-      ULONG got = 0;
+    // Reading stops once what was unread plus what came covers `additional`, not `needed`: a stream
+    // of short reads can end here with too few bytes, and the check below then fails.
+    ULONG got = 0;
+    do {
+      got = 0;
       stream->Read(bufStart + unread, static_cast<ULONG>(bufferSize - unread), &got);
-      if (got == 0) break;
       unread += std::min<std::ptrdiff_t>(got, bufferSize - unread);
-    }
+    } while (got != 0 && unread < bufferSize && unread < additional);
     bufCur = bufStart;
     bufMax = bufStart + unread;
   }
