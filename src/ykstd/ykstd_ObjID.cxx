@@ -94,14 +94,11 @@ void ykstd_ObjID::Serialize(ykstd_Archive& archive) {
     text << "ykstd_ObjID: bad class version [" << version << "]";
     ykstd_fail_FileIO::Raise(text, 16);
   }
-  // Read aside, so that a stream that fails leaves the list as it was.
-  ykstd_IntSeq loaded;
-  archive >> loaded;
+  // The list is replaced before the end tag is checked: a bad tag leaves the loaded list in place.
+  archive >> mFreeIDs;
   if (archive.dataVersion >= 16) {
     std::int16_t tag = 0;
     archive >> tag;
     if (tag != EOC) ykstd_fail_FileIO::Raise("ykstd_ObjID: expected end of class", 17);
   }
-  mFreeIDs.Clear();
-  mFreeIDs.Append(loaded);
 }
