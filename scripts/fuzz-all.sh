@@ -19,7 +19,7 @@ for src in "${targets[@]}"; do
   [ -d "fuzz/corpus/$name" ] && cp -r "fuzz/corpus/$name/." "$work/corpus/"
   echo "== $name: ${seconds}s"
   ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=1 \
-    "build/fuzz/fuzz/$name" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 \
+    "build/fuzz/fuzz/$name" -max_total_time="$seconds" -rss_limit_mb=2048 -malloc_limit_mb=1048576 -timeout=10 \
     -artifact_prefix="$work/" -print_final_stats=1 "$work/corpus" > "$work/log" 2>&1 || {
       tail -60 "$work/log"; echo "fuzz target $name found a fault" >&2; exit 1; }
   grep -E '^(stat::number_of_executed_runs|Done)' "$work/log" || true

@@ -107,23 +107,53 @@ TEST_F(StoredFormTest, SequenceElementFormsAndCountHead) {
   });
 }
 
-TEST_F(StoredFormTest, CountsThatTheStreamCannotBackFailWithoutBuildingThem) {
+TEST_F(StoredFormTest, CountsBeyondTheDataFailWhereTheDataEnds) {
   // 2^31 - 1 doubles announced, 8 present: the data runs out.
   Load(Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F}, [](ykstd_Archive& ar) {
     ykstd_RealSeq r;
     EXPECT_EQ(RaisedMessage([&] { ar >> r; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
+    EXPECT_EQ(r.Length(), 1);
   });
-  // Array bounds of 2^31 - 1 elements: no storage is asked for before the data ends.
-  Load(Bytes{0, 0, 0, 0, 0xFE, 0xFF, 0xFF, 0x7F, 1, 0, 0, 0}, [](ykstd_Archive& ar) {
+  // An array takes the stream's bounds and storage for them before its elements: a load that
+  // fails part-way keeps those bounds and what came.
+  Load(Bytes{1, 0, 0, 0, 0x70, 0x11, 0x01, 0, 9, 0, 0, 0}, [](ykstd_Archive& ar) {
     ykstd_IntArr1 a(1, 1);
     EXPECT_EQ(RaisedMessage([&] { ar >> a; }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
+    EXPECT_EQ(a.Lower(), 1);
+    EXPECT_EQ(a.Upper(), 70000);
+    EXPECT_EQ(a.Value(1), 9);
+    EXPECT_EQ(a.Value(2), 0);
   });
-  // Elements without stored bytes are bounded by their count alone.
-  Load(Bytes{0xFF, 0xFF, 0x01, 0x00, 0x01, 0x00}, [](ykstd_Archive& ar) {
+  // Bounds no memory can hold end in the array's own failure.
+  Load(Bytes{0, 0, 0, 0x80, 0xFF, 0xFF, 0xFF, 0x7F}, [](ykstd_Archive& ar) {
+    ykstd_IntArr1 a(1, 1);
+    EXPECT_EQ(RaisedMessage([&] { ar >> a; }), "EXCEPTION ykstd_fail_OutOfMemory : ykstd_Array1: Allocation failed");
+  });
+}
+
+TEST_F(StoredFormTest, ElementsWithoutStoredBytesAreBoundedByMemoryAlone) {
+  ykstd_PtrSeq seq;
+  for (int i = 0; i < 70000; ++i) seq.Append(nullptr);
+  ykstd_PtrArr1 arr(1, 70000);
+  ykstd_VarArgSeq args;
+  args.Append(ykstd_VarArg());
+  const Bytes bytes = Store([&](ykstd_Archive& ar) { ar << seq << arr << args; });
+  EXPECT_EQ(bytes, (Bytes{0xFF, 0xFF, 0x70, 0x11, 0x01, 0x00, 1, 0, 0, 0, 0x70, 0x11, 0x01, 0, 1, 0}));
+  Load(bytes, [](ykstd_Archive& ar) {
     ykstd_PtrSeq p;
-    EXPECT_EQ(RaisedMessage([&] { ar >> p; }),
-              "EXCEPTION ykstd_fail_OutOfRange : collection of 65537 elements without stored bytes: more than "
-              "65536");
+    ykstd_PtrArr1 q(1, 1);
+    ykstd_VarArgSeq v;
+    ar >> p >> q >> v;
+    EXPECT_EQ(p.Length(), 70000);
+    EXPECT_EQ(q.Upper(), 70000);
+    EXPECT_EQ(v.Length(), 1);
+  });
+  // A count that memory cannot hold fails where the node allocation comes back empty.
+  Load(Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}, [](ykstd_Archive& ar) {
+    ykstd_PtrSeq p;
+    ykstd_Transient::FailNextAllocations(1);
+    EXPECT_EQ(RaisedMessage([&] { ar >> p; }), "EXCEPTION ykstd_fail_OutOfMemory : ykstd_Sequence: Allocation failed");
+    EXPECT_EQ(p.Length(), 0);
   });
 }
 

@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <new>
 #include <type_traits>
-#include <vector>
 
 #include <ykstd/ykstd_AsciiString.hxx>
 #include <ykstd/ykstd_CollectionStore.hxx>
@@ -109,25 +108,14 @@ class YKSTD_EXPORT ykstd_Array1 {
   // replaces the storage, which the array then owns.
   virtual void Serialize(ykstd_Archive& archive) {
     if (ykstd_CollectionStore::IsLoading(archive)) {
+      // Bounds first and storage for them, then the elements in place: a load that fails part-way
+      // leaves the stream's bounds and what was read so far.
       Destroy();
-      const std::int32_t lower = ykstd_CollectionStore::LoadLong(archive);
-      const std::int32_t upper = ykstd_CollectionStore::LoadLong(archive);
-      mLowerBound = lower;
-      mUpperBound = upper;
+      mLowerBound = ykstd_CollectionStore::LoadLong(archive);
+      mUpperBound = ykstd_CollectionStore::LoadLong(archive);
       if (Count() < 1) return;
-      // The elements come first and the storage after, so that bounds which the stream cannot
-      // back fail when its data runs out instead of allocating for the claimed size.
-      const std::int64_t count = Count();
-      mLowerBound = 1;
-      mUpperBound = 0;
-      std::vector<T> loaded;
-      ykstd_CollectionStore::LoadEach<Form, T>(archive,
-                                               count > INT32_MAX ? INT32_MAX : static_cast<std::int32_t>(count),
-                                               [&loaded](const T& value) { loaded.push_back(value); });
-      mLowerBound = lower;
-      mUpperBound = upper;
       MakeStorage(true);
-      for (std::size_t k = 0; k < loaded.size(); ++k) mBlock[k] = loaded[k];
+      for (std::int64_t k = 0; k < Count(); ++k) ykstd_CollectionStore::Load(archive, Form{}, mBlock[k]);
     } else {
       if (Count() >= 1) Value(mLowerBound);
       ykstd_CollectionStore::StoreLong(archive, mLowerBound);

@@ -27,11 +27,6 @@ class YKSTD_EXPORT ykstd_CollectionStore {
   static void StoreLong(ykstd_Archive& archive, std::int32_t value);
   static std::int32_t LoadLong(ykstd_Archive& archive);
 
-  // The most elements of no stored bytes that a load accepts; a larger count raises
-  // ykstd_fail_OutOfRange instead of making elements that nothing in the stream backs.
-  static constexpr std::int32_t MaxBacklessCount = 1 << 16;
-  [[noreturn]] static void RaiseBackless(std::int64_t count);
-
   // Element forms.
   static void Store(ykstd_Archive& archive, ykstd_FormLong, const std::int32_t& value);
   static void Load(ykstd_Archive& archive, ykstd_FormLong, std::int32_t& value);
@@ -71,9 +66,6 @@ class YKSTD_EXPORT ykstd_CollectionStore {
   // under 1 reads nothing.
   template <class Form, class T, class Take>
   static void LoadEach(ykstd_Archive& archive, std::int32_t count, Take&& take) {
-    // Elements of no stored bytes are not backed by the stream, so only their count bounds them.
-    if constexpr (std::is_same_v<Form, ykstd_FormNone>)
-      if (count > MaxBacklessCount) RaiseBackless(count);
     for (std::int32_t k = 0; k < count; ++k) {
       T value{};
       Load(archive, Form{}, value);

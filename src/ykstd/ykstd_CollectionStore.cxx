@@ -22,12 +22,6 @@ std::int32_t ykstd_CollectionStore::LoadLong(ykstd_Archive& archive) {
   return value;
 }
 
-void ykstd_CollectionStore::RaiseBackless(std::int64_t count) {
-  ykstd_TextStream text;
-  text << "collection of " << count << " elements without stored bytes: more than " << MaxBacklessCount;
-  ykstd_fail_OutOfRange::Raise(text);
-}
-
 void ykstd_CollectionStore::Store(ykstd_Archive& archive, ykstd_FormLong, const std::int32_t& value) {
   archive << value;
 }

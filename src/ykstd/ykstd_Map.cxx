@@ -21,7 +21,7 @@ ykstd_MapNode** NewBucketArray(std::int64_t count) noexcept {
   return static_cast<ykstd_MapNode**>(block);
 }
 
-void FreeBucketArray(ykstd_MapNode** array) noexcept { std::free(array); }
+void FreeBucketArray(ykstd_MapNode** array) noexcept { ykstd_Transient::operator delete(array, 0); }
 
 // Reverses a stack in place and gives its new top.
 ykstd_MapNode* Reversed(ykstd_MapNode* top) noexcept {

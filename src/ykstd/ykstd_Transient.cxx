@@ -1,5 +1,8 @@
 #include <cstdlib>
 #include <ostream>
+#ifdef YKSTD_COUNTED_HEAP_LIMIT
+#include <malloc.h>
+#endif
 
 #include <ykstd/ykstd_Failure.hxx>
 #include <ykstd/ykstd_TShared.hxx>
@@ -8,12 +11,33 @@
 namespace {
 std::int32_t failingAllocations = 0;
 
+#ifdef YKSTD_COUNTED_HEAP_LIMIT
+// Fuzz builds give counted objects a small heap of their own, so that a stored count which memory
+// cannot hold reaches the null result of operator new in a moment instead of filling the machine.
+std::size_t countedBytes = 0;
+#endif
+
 void* CountedAlloc(std::size_t size) noexcept {
   if (failingAllocations > 0) {
     --failingAllocations;
     return nullptr;
   }
+#ifdef YKSTD_COUNTED_HEAP_LIMIT
+  if (countedBytes + size > std::size_t{YKSTD_COUNTED_HEAP_LIMIT}) return nullptr;
+  void* block = std::malloc(size);
+  if (block) countedBytes += malloc_usable_size(block);
+  return block;
+#else
   return std::malloc(size);
+#endif
+}
+
+void CountedFree(void* block) noexcept {
+  if (!block) return;
+#ifdef YKSTD_COUNTED_HEAP_LIMIT
+  countedBytes -= malloc_usable_size(block);
+#endif
+  std::free(block);
 }
 }  // namespace
 
@@ -69,9 +93,7 @@ ykstd_Transient* ykstd_Transient::Entity() { return this; }
 void ykstd_Transient::Initialize() {}
 
 void* ykstd_Transient::operator new(std::size_t size) noexcept { return CountedAlloc(size); }
-void ykstd_Transient::operator delete(void* block, std::size_t) noexcept {
-  if (block) std::free(block);
-}
+void ykstd_Transient::operator delete(void* block, std::size_t) noexcept { CountedFree(block); }
 void ykstd_Transient::FailNextAllocations(std::int32_t count) noexcept { failingAllocations = count; }
 
 Hnd_ykstd_Type& ykstd_Transient_Type_() {
@@ -124,8 +146,6 @@ void ykstd_TShared::Delete() const { delete this; }
 ykstd_TShared::~ykstd_TShared() = default;
 void ykstd_TShared::Serialize(ykstd_Archive&) {}
 void* ykstd_TShared::operator new(std::size_t size) noexcept { return CountedAlloc(size); }
-void ykstd_TShared::operator delete(void* block, std::size_t) noexcept {
-  if (block) std::free(block);
-}
+void ykstd_TShared::operator delete(void* block, std::size_t) noexcept { CountedFree(block); }
 
 YKSTD_IMPLEMENT_TYPE(ykstd_TShared, ykstd_Transient)
