@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 
 #include <cstdio>
 #include <cstring>
@@ -13,12 +12,22 @@ namespace {
 
 constexpr const char* kDebugKey = "Software\\Brimlow\\Kalvane\\Debug";
 
-// The name with the first "%d" replaced by the process number; any other text stays as it is, so
-// that a configured name cannot act as a format of its own.
+// A name holding "%d" is a format with the process number as its one argument: "%%" gives "%" and
+// "%d" the number. Any other conversion has no argument to take and is kept as written, so that a
+// configured name can never read past what it is given.
 std::string WithProcessNumber(const std::string& name) {
-  const std::size_t at = name.find("%d");
-  if (at == std::string::npos) return name;
-  return name.substr(0, at) + std::to_string(GetCurrentProcessId()) + name.substr(at + 2);
+  if (name.find("%d") == std::string::npos) return name;
+  const std::string pid = std::to_string(GetCurrentProcessId());
+  std::string out;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    if (name[i] == '%' && i + 1 < name.size() && (name[i + 1] == '%' || name[i + 1] == 'd')) {
+      out += name[i + 1] == '%' ? std::string("%") : pid;
+      ++i;
+    } else {
+      out += name[i];
+    }
+  }
+  return out;
 }
 
 // The temporary folder followed by `file`, or `fallback` when there is no such folder.
@@ -47,13 +56,6 @@ std::string AddinServerPath() {
   RegCloseKey(key);
   if (status != ERROR_SUCCESS || size <= 0) return {};
   return std::string(buffer, strnlen(buffer, static_cast<std::size_t>(size)));
-}
-
-// The file this library was loaded from.
-std::string LibraryPath() {
-  Dl_info info{};
-  if (dladdr(reinterpret_cast<void*>(&LibraryPath), &info) == 0 || !info.dli_fname) return {};
-  return info.dli_fname;
 }
 
 // The library's own version in the four numbers of a file version.
@@ -311,7 +313,6 @@ bool ykstd_Debug::DbgGetAppInfo(std::string& name, std::string& path, std::strin
   try {
     name = ykstd_platform::ApplicationName();
     path = AddinServerPath();
-    if (path.empty()) path = LibraryPath();
     if (!path.empty()) version = BuildVersion();
     return true;
   } catch (...) {
