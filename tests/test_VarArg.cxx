@@ -35,7 +35,15 @@ TEST(VarArg, DefaultAndEachKind) {
   EXPECT_EQ(ykstd_VarArg(static_cast<void*>(&target)).PtrValue(), &target);
   EXPECT_EQ(ykstd_VarArg(static_cast<void*>(&target)).GetKind(), ykstd_VarArg::VarArgPtr);
   EXPECT_STREQ(ykstd_VarArg(ykstd_AsciiString("abc")).Text().Text(), "abc");
-  EXPECT_EQ(ykstd_VarArg("lit").GetKind(), ykstd_VarArg::VarArgString);  // not a pointer
+  // A literal is text by way of the string class; a writable char* is a pointer, held as such.
+  EXPECT_EQ(ykstd_VarArg("lit").GetKind(), ykstd_VarArg::VarArgString);
+  char buffer[] = "buf";
+  char* writable = buffer;
+  ykstd_VarArg pointer(writable);
+  EXPECT_EQ(pointer.GetKind(), ykstd_VarArg::VarArgPtr);
+  EXPECT_EQ(pointer.PtrValue(), static_cast<void*>(buffer));
+  pointer.Set(writable + 1);
+  EXPECT_EQ(pointer.PtrValue(), static_cast<void*>(buffer + 1));
   const ykstd_VarArg dim(ykstd_Dim(12, ykenum::UnitMM));
   EXPECT_EQ(dim.GetKind(), ykstd_VarArg::VarArgDim);
   EXPECT_EQ(dim.Dimension().RawValue(), 12 * 0.001);

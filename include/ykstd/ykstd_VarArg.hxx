@@ -29,8 +29,6 @@ class YKSTD_EXPORT ykstd_VarArg {
   explicit ykstd_VarArg(double value) { Set(value); }
   explicit ykstd_VarArg(void* const value) { Set(value); }
   explicit ykstd_VarArg(const ykstd_AsciiString& value) { Set(value); }
-  // A literal text is a string, not a pointer.
-  explicit ykstd_VarArg(const char* value) { Set(value); }
   explicit ykstd_VarArg(const Hnd_ykstd_Transient& value) { Set(value); }
   explicit ykstd_VarArg(const ykstd_Dim& value) { Set(value); }
   // Every member is copied, whatever the kind.
@@ -45,7 +43,6 @@ class YKSTD_EXPORT ykstd_VarArg {
   void Set(double value);
   void Set(void* const value);
   void Set(const ykstd_AsciiString& value);
-  void Set(const char* value);
   void Set(const Hnd_ykstd_Transient& value);
   void Set(const ykstd_Dim& value);
 

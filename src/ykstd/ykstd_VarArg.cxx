@@ -45,11 +45,6 @@ void ykstd_VarArg::Set(const ykstd_AsciiString& value) {
   text_.Copy(value);
 }
 
-void ykstd_VarArg::Set(const char* value) {
-  kind_ = VarArgString;
-  text_ = ykstd_AsciiString(value);
-}
-
 void ykstd_VarArg::Set(const Hnd_ykstd_Transient& value) {
   kind_ = VarArgTransient;
   object_ = value;
