@@ -14,6 +14,11 @@ cmake --build "$work/installed" >/dev/null
 expected="EXCEPTION ykstd_fail_OutOfRange : consumer"
 [ "$(LD_LIBRARY_PATH="$work/prefix/lib:$work/prefix/lib64" "$work/installed/consumer")" = "$expected" ]
 
+# The installed tool runs in an empty environment: it finds its library through its own run path.
+if [ -x "$work/prefix/bin/yk" ]; then
+  env -i "$work/prefix/bin/yk" demo | grep -qx 'eval mm(10)+in(1)/2 -> 22.7 mm'
+fi
+
 cmake -S "$source_dir/tests/package/consumer" -B "$work/sub" -G Ninja -DYKSTD_SOURCE="$source_dir" >/dev/null
 cmake --build "$work/sub" --target consumer >/dev/null
 [ "$("$work/sub/consumer")" = "$expected" ]
