@@ -12,6 +12,7 @@
 #include "ArchiveLeaf.hxx"
 #include "Corpus.hxx"
 #include "MemStorage.hxx"
+#include "SmallThread.hxx"
 #include "TestSession.hxx"
 #include "ykstd_TestRaised.hxx"
 
@@ -545,27 +546,65 @@ TEST_F(ArchiveTest, MissingStreamOrStorageRaisesNothing) {
   EXPECT_EQ(Raised([&] { none << 1.0; }), "com error 2147500035");
 }
 
-TEST_F(ArchiveTest, DeepNestingIsRefusedOnBothSides) {
-  // A chain deeper than the limit cannot be written.
-  Hnd_test_Node head = new test_Node(0);
+// A chain of `count` nodes of value 7, each holding the next in `first`; the last holds the head.
+Hnd_test_Node Ring(int count) {
+  Hnd_test_Node head = new test_Node(7);
   Hnd_test_Node tail = head;
-  for (int i = 0; i < ykstd_Archive::MaxNesting; ++i) {
-    Hnd_test_Node next = new test_Node(1);
+  for (int i = 1; i < count; ++i) {
+    Hnd_test_Node next = new test_Node(7);
     tail->first = next;
     tail = next;
   }
-  const std::string tooDeep = "EXCEPTION ykstd_fail_OutOfRange : objects nested too deep in file (s)";
-  Store([&](ykstd_Archive& ar) { EXPECT_EQ(Raised([&] { ar << head; }), tooDeep); });
-  // The same chain in bytes: every body opens the next object.
-  Bytes bytes = Concat({{0xFF, 0xFF, 0x09}, Text("test_Node"), {0x00}});
-  for (int i = 0; i < ykstd_Archive::MaxNesting; ++i) bytes.insert(bytes.end(), {0x01, 0x80, 0x01});
-  Load(bytes, [&](ykstd_Archive& ar) { EXPECT_EQ(Raised([&] { ar.ReadTransient(); }), tooDeep); });
-  while (!head.IsNull()) {  // unlink iteratively: a long chain of releases would recurse
-    Hnd_test_Node next = Hnd_test_Node::DownCast(head->first);
-    head->first.Nullify();
-    head = next;
+  tail->first = head;
+  return head;
+}
+
+// Unlinks iteratively: releasing a long chain at once would recurse through every destructor.
+void Cut(Hnd_ykstd_Transient node) {
+  while (!node.IsNull()) {
+    Hnd_test_Node current = Hnd_test_Node::DownCast(node);
+    node = current->first;
+    current->first.Nullify();
   }
-  tail.Nullify();
+}
+
+// The stored ring: every body opens the next object, the last refers back to the first, and the
+// null `second` of each node follows once the nesting unwinds.
+Bytes RingBytes(int count) {
+  Bytes bytes = Concat({{0xFF, 0xFF, 0x09}, Text("test_Node"), {7}});
+  for (int i = 1; i < count; ++i) bytes.insert(bytes.end(), {0x01, 0x80, 7});
+  bytes.insert(bytes.end(), {0x01, 0x00});
+  bytes.insert(bytes.end(), static_cast<std::size_t>(2 * count), 0x00);
+  return bytes;
+}
+
+TEST_F(ArchiveTest, ObjectsNestAsDeepAsMemoryAllows) {
+  for (const int count : {3, 1000000}) {
+    Hnd_test_Node head = Ring(count);
+    EXPECT_EQ(Store([&](ykstd_Archive& ar) { ar << head; }), RingBytes(count)) << count;
+    Cut(head);
+    Hnd_ykstd_Transient back;
+    Load(RingBytes(count), [&](ykstd_Archive& ar) { back = ar.ReadTransient(); });
+    Hnd_ykstd_Transient walk = back;
+    for (int i = 0; i < count; ++i) walk = Hnd_test_Node::DownCast(walk)->first;
+    EXPECT_TRUE(walk == back) << count;
+    Cut(back);
+  }
+  // A stream that keeps opening objects until its bytes end fails where they end.
+  Bytes endless = Concat({{0xFF, 0xFF, 0x09}, Text("test_Node"), {7}});
+  for (int i = 0; i < 200000; ++i) endless.insert(endless.end(), {0x01, 0x80, 7});
+  Load(endless, [&](ykstd_Archive& ar) {
+    EXPECT_EQ(Raised([&] { ar.ReadTransient(); }), "EXCEPTION ykstd_fail_SystemError : ykstd_Archive::FillBuffer");
+  });
+}
+
+TEST_F(ArchiveTest, DeepNestingNeedsNoLargeThreadStack) {
+  ykstd_test::RunOnSmallThread([&] {
+    Hnd_test_Node head = Ring(20000);
+    EXPECT_EQ(Store([&](ykstd_Archive& ar) { ar << head; }), RingBytes(20000));
+    Cut(head);
+    Load(RingBytes(20000), [&](ykstd_Archive& ar) { Cut(ar.ReadTransient()); });
+  });
 }
 
 TEST_F(ArchiveTest, GraphWithCyclesRoundTripsThroughACompoundFile) {

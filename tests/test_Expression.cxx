@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -14,6 +15,7 @@
 #include <ykstd/ykstd.hxx>
 
 #include "../src/ykstd/ykstd_ExpressionInput.hxx"
+#include "SmallThread.hxx"
 #include "ykstd_TestRaised.hxx"
 
 namespace {
@@ -345,14 +347,17 @@ TEST_F(ExpressionTest, EverySingleByte) {
   }
 }
 
-TEST_F(ExpressionTest, NestingIsBoundedInAnOrderlyWay) {
-  const int deepest = ykstd_Expression::MaxDepth - 1;  // the number itself is one more level
-  ExpectValue(std::string(deepest, '(') + "1" + std::string(deepest, ')'), 1, UnitNone);
-  ExpectError(std::string(deepest + 1, '(') + "1" + std::string(deepest + 1, ')'), ExprInvalidOperation);
-  ExpectError(std::string(30000, '('), ExprInvalidOperation);
-  std::string calls;
-  for (int i = 0; i < 10000; ++i) calls += "sin(";
-  ExpectError(calls, ExprInvalidOperation);
+TEST_F(ExpressionTest, NestingIsLimitedOnlyByTheTextLength) {
+  ykstd_test::RunOnSmallThread([] {
+    // The longest text a string holds: 16382 parentheses on each side of 1+2.
+    ExpectValue(std::string(16382, '(') + "1+2" + std::string(16382, ')'), 3, UnitNone);
+    std::string calls;
+    for (int i = 0; i < 3000; ++i) calls += "sin(deg(";
+    ExpectValue(calls + "0" + std::string(6000, ')'), 0, UnitNone);
+    // Unbalanced: the innermost primary meets the end, every level then misses its ")".
+    ExpectError(std::string(32767, '('), ExprParenthesis);
+    ExpectError(calls, ExprParenthesis);
+  });
   // Long flat texts need no depth.
   std::string sum = "1";
   for (int i = 0; i < 10000; ++i) sum += "+1";
@@ -423,6 +428,28 @@ TEST_F(ExpressionTest, FunctionClassAndDefaults) {
   // The unfinished evaluation is nested under the next one, which still works.
   ExpectValue("1+1", 2, UnitNone);
   ExpectValue("3*3", 9, UnitNone);
+}
+
+// Gives back its argument, counting the calls.
+class Same : public ykstd_fnc_Function {
+ public:
+  Same() : ykstd_fnc_Function("same", ArgDim) {}
+  ExprError Compute(const ykstd_Dim& argument, ykstd_Dim& result) const override {
+    ++calls;
+    result = argument;
+    return ExprNoError;
+  }
+  mutable int calls = 0;
+};
+
+TEST_F(ExpressionTest, RegisteredFunctionsNestAsDeepAsBuiltIns) {
+  Same* same = new Same;
+  ykstd_Expression::AddFunction(same);
+  std::string text;
+  for (int i = 0; i < 5000; ++i) text += "same(";
+  text += "mm(2)" + std::string(5000, ')');
+  ykstd_test::RunOnSmallThread([&] { ExpectValue(text, 0.002, UnitMM); });
+  EXPECT_EQ(same->calls, 5000);
 }
 
 TEST_F(ExpressionTest, CallsByArgumentType) {

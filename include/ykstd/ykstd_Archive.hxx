@@ -24,9 +24,6 @@ class YKSTD_EXPORT ykstd_Archive {
  public:
   static constexpr std::int32_t ModeStore = 1;
   static constexpr std::int32_t ModeLoad = 2;
-  // Objects nested deeper than this inside one another are refused, so that a hostile stream
-  // cannot exhaust the stack.
-  static constexpr std::int32_t MaxNesting = 2000;
 
   ykstd_Archive(IStorage* storage, const char* name, std::int32_t mode, std::int32_t bufferSize = 4096,
                 void* buffer = nullptr);
@@ -170,7 +167,6 @@ class YKSTD_EXPORT ykstd_Archive {
   std::int32_t classCount;
   std::int32_t hashSize;
   unsigned char objOnly;
-  std::int32_t nesting;
   ykstd_TransientSeq objNeedUsrs;
   ykstd_AsciiStringSeq fileNames;
   // Both maps, the set of objects to store in full and the caller's lists.

@@ -48,10 +48,6 @@ YKSTD_SEQUENCE(FunctionSeq, Hnd_ykstd_fnc_Function, ykstd_FormObject);
 // again from its Compute: the outer evaluation's state is saved and comes back afterwards.
 class YKSTD_EXPORT ykstd_Expression {
  public:
-  // Parentheses, calls and signs nested deeper than this give ExprInvalidOperation, so that no
-  // text can exhaust the stack.
-  static constexpr std::int32_t MaxDepth = 200;
-
   ykstd_Expression();
   ykstd_Expression(const ykstd_Expression&) = delete;
   ykstd_Expression& operator=(const ykstd_Expression&) = delete;

@@ -13,6 +13,8 @@
 #include <ykstd/ykstd_Session.hxx>
 #include <ykstd/ykstd_Type.hxx>
 
+#include "ykstd_DeepStack.hxx"
+
 const std::int16_t EOC = 0x0E0C;
 
 namespace ykstd_detail {
@@ -107,6 +109,17 @@ class ArchiveMaps {
   }
 };
 
+// Nesting of objects is limited by memory alone: a stack segment that cannot be had is the
+// archive's own shortage of memory.
+template <class F>
+auto Deeper(const char* where, F&& body) -> decltype(body()) {
+  try {
+    return ykstd_detail::WithDeepStack(body);
+  } catch (const std::bad_alloc&) {
+    ykstd_fail_OutOfMemory::Raise(where);
+  }
+}
+
 }  // namespace ykstd_detail
 
 namespace {
@@ -122,25 +135,6 @@ std::wstring WideName(const char* name) {
     _com_issue_error(E_OUTOFMEMORY);
   }
 }
-
-// Counts the objects being read or written inside one another.
-class NestingGuard {
- public:
-  NestingGuard(std::int32_t& depth, const ykstd_AsciiString& fileName) : depth_(depth) {
-    if (depth_ >= ykstd_Archive::MaxNesting) {
-      ykstd_TextStream text;
-      text << "objects nested too deep in file (" << fileName << ")";
-      ykstd_fail_OutOfRange::Raise(text);
-    }
-    ++depth_;
-  }
-  ~NestingGuard() { --depth_; }
-  NestingGuard(const NestingGuard&) = delete;
-  NestingGuard& operator=(const NestingGuard&) = delete;
-
- private:
-  std::int32_t& depth_;
-};
 
 }  // namespace
 
@@ -160,7 +154,6 @@ ykstd_Archive::ykstd_Archive(IStorage* storage_, const char* name, std::int32_t 
       classCount(0),
       hashSize(0),
       objOnly(0),
-      nesting(0),
       maps(new ykstd_detail::ArchiveMaps) {
   if (!storage) return;
   storage->AddRef();
@@ -534,10 +527,12 @@ void ykstd_Archive::WriteTransient(const Hnd_ykstd_Transient& object) {
       }
     }
   }
-  NestingGuard guard(nesting, fileName);
-  WriteClass(object);
-  MapTransient(object);
-  object->Serialize(*this);
+  // Each object held by this one is written inside its Serialize: the depth is the stream's.
+  ykstd_detail::Deeper("ykstd_Archive::WriteTransient", [&] {
+    WriteClass(object);
+    MapTransient(object);
+    object->Serialize(*this);
+  });
 }
 
 void ykstd_Archive::ReadClass(ykstd_AsciiString& name, std::int32_t& tag) {
@@ -571,12 +566,13 @@ Hnd_ykstd_Transient ykstd_Archive::ReadTransient() {
   ReadClass(name, tag);
   if (!Maps().hasObjMap) MapTransient(Hnd_ykstd_Transient());
   if (name.Length() != 0) {
-    NestingGuard guard(nesting, fileName);
-    Hnd_ykstd_Transient object = ykstd_Session::CurSession()->CreateObject(name, objOnly);
-    if (object.IsNull()) ykstd_fail_OutOfMemory::Raise("ykstd_Archive::ReadTransient");
-    MapTransient(object);
-    object->Serialize(*this);
-    return object;
+    return ykstd_detail::Deeper("ykstd_Archive::ReadTransient", [&] {
+      Hnd_ykstd_Transient object = ykstd_Session::CurSession()->CreateObject(name, objOnly);
+      if (object.IsNull()) ykstd_fail_OutOfMemory::Raise("ykstd_Archive::ReadTransient");
+      MapTransient(object);
+      object->Serialize(*this);
+      return object;
+    });
   }
   if (tag > objCount) {
     ykstd_TextStream text;

@@ -1,11 +1,13 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include <ykstd/ykstd_Expression.hxx>
 #include <ykstd/ykstd_Failure.hxx>
 
+#include "ykstd_DeepStack.hxx"
 #include "ykstd_ExpressionInput.hxx"
 
 using namespace ykenum;
@@ -262,12 +264,17 @@ ykstd_Dim ykstd_Expression::EvalTerm() {
 }
 
 ykstd_Dim ykstd_Expression::EvalPrim() {
-  ykstd_detail::ExprStatics& statics = ExpressionStatics();
-  const ScopedValue<std::int32_t> depth(statics.depth, statics.depth + 1);
-  if (statics.depth > MaxDepth) {
-    SetError(ExprInvalidOperation);
-    return value_;
+  // Nesting is as deep as the text makes it; when the stack runs low the rest continues on a new
+  // segment, and only a segment that memory cannot give ends the evaluation.
+  if (ykstd_detail::StackIsLow()) {
+    try {
+      return ykstd_detail::WithDeepStack([this] { return EvalPrim(); });
+    } catch (const std::bad_alloc&) {
+      SetError(ExprInvalidOperation);
+      return value_;
+    }
   }
+  ykstd_detail::ExprStatics& statics = ExpressionStatics();
   switch (token_) {
     case TokNumber: NextToken(); return value_;
     case TokEnd:

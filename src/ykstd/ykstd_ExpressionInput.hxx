@@ -214,7 +214,6 @@ struct ExprStatics {
   ExprInput* input = nullptr;  // the text under evaluation; null between evaluations
   ykstd_PtrStack saved;        // the interrupted evaluations, innermost on top
   bool signGuard = false;      // set while the operand of a unary minus is evaluated
-  std::int32_t depth = 0;      // nesting of primaries now under evaluation
 };
 
 ExprStatics& ExpressionStatics();
