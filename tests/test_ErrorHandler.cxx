@@ -14,6 +14,9 @@
 
 #include <ykstd/ykstd.hxx>
 
+#include "MemStorage.hxx"
+#include "SmallThread.hxx"
+
 namespace {
 
 // The address and divisor come from volatile data, so that the compiler cannot see the fault.
@@ -258,6 +261,46 @@ TEST_F(TranslationTest, IllegalInstructionAndBusErrorHaveTheirCodes) {
 }
 
 void OtherTranslator(unsigned int, _EXCEPTION_POINTERS*) {}
+
+// Writes the next link of a chain; the last link reads address 0 instead.
+YKSTD_HANDLE(test_Link, ykstd_TShared);
+class test_Link : public ykstd_TShared {
+ public:
+  void Serialize(ykstd_Archive& ar) override {
+    if (next.IsNull()) sink = ReadAt(nullAddress);
+    ar << next;
+  }
+  Hnd_ykstd_Transient next;
+  YKSTD_DECLARE_TYPE(test_Link);
+};
+YKSTD_IMPLEMENT_TYPE(test_Link, ykstd_TShared)
+
+TEST(ErrorHandler, AFaultDeepInsideNestedObjectsComesBackAcrossStackSegments) {
+  ykstd_test::RunOnSmallThread([] {
+    ykstd_ErrorHandler::Activate();
+    Hnd_test_Link head = new test_Link;
+    Hnd_test_Link tail = head;
+    for (int i = 0; i < 20000; ++i) {
+      Hnd_test_Link link = new test_Link;
+      tail->next = link;
+      tail = link;
+    }
+    ykstd_test::MemStorage storage;
+    EXPECT_EQ(Translated([&] {
+                ykstd_Archive ar(&storage, "s", 1, 4096, nullptr);
+                ar << head;
+              }),
+              "MILD EXCEPTION ykstd_fail_SystemError [c0000005] at address *: ACCESS VIOLATION:\n"
+              "The thread tried to read from the virtual address [0] for which it does not have the appropriate "
+              "access.\nCONTEXT: flags=100001\n   CS=33\n   SS=2b\n");
+    ykstd_ErrorHandler::Deactivate();
+    while (!head.IsNull()) {  // unlink iteratively: releasing the chain at once would recurse
+      Hnd_test_Link next = Hnd_test_Link::DownCast(head->next);
+      head->next.Nullify();
+      head = next;
+    }
+  });
+}
 
 TEST(ErrorHandler, ActivationIsCountedOnceAndRestoresThePreviousTranslator) {
   _set_se_translator(OtherTranslator);
