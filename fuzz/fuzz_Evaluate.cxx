@@ -54,7 +54,13 @@ class Nest : public ykstd_fnc_Function {
     static const char* const texts[] = {"1+2*3", "nest(1)", "-1", "boom(1)", "sqrt(mm(2)*mm(2))", ")", "x"};
     const std::size_t n = sizeof(texts) / sizeof(texts[0]);
     const std::size_t k = static_cast<std::size_t>(i < 0 ? -(i + 1) : i) % n;
+    // "nest(1)" calls this again without end; the evaluator no longer cuts it off, so the
+    // function bounds its own re-entry as any recursive add-in function must.
+    static int active = 0;
+    if (active >= 16) return ExprIndexOutOfRange;
+    ++active;
     const ExprError error = ykstd_Expression::Evaluate(ykstd_AsciiString(texts[k]), result);
+    --active;
     return error == ExprTrailingCharacters ? ExprUnknownPlateFunction : ExprNoError;
   }
 };
