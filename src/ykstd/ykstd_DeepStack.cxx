@@ -47,8 +47,6 @@ struct Segment {
   std::size_t callerSize = 0;
 };
 
-// The lowest address the current stack may reach before a new segment is taken; 0 until known.
-thread_local std::uintptr_t stackFloor = 0;
 thread_local Segment* starting = nullptr;
 
 std::uintptr_t ThreadStackFloor() noexcept {
@@ -61,8 +59,6 @@ std::uintptr_t ThreadStackFloor() noexcept {
   }
   return reinterpret_cast<std::uintptr_t>(low) + kReserve;
 }
-
-std::uintptr_t Here() noexcept { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
 
 void Enter() {
   Segment* segment = starting;
@@ -83,10 +79,9 @@ void Enter() {
 
 }  // namespace
 
-bool StackIsLow() noexcept {
-  if (stackFloor == 0) stackFloor = ThreadStackFloor();
-  return Here() < stackFloor;
-}
+thread_local std::uintptr_t stackFloor __attribute__((tls_model("initial-exec"))) = 0;
+
+std::uintptr_t FindStackFloor() noexcept { return stackFloor = ThreadStackFloor(); }
 
 void RunOnNewSegment(void (*body)(void*), void* context) {
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));

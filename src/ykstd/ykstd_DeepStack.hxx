@@ -5,14 +5,24 @@
 // a segment that cannot be had throws std::bad_alloc.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
 namespace ykstd_detail {
 
+// The lowest address the current stack may reach before a new segment is taken; 0 until known.
+// Initial-exec keeps the check to one load: it runs at every level of every evaluation.
+extern thread_local std::uintptr_t stackFloor __attribute__((tls_model("initial-exec")));
+std::uintptr_t FindStackFloor() noexcept;
+
 // True when the current stack has less room left than one more level may need.
-bool StackIsLow() noexcept;
+inline bool StackIsLow() noexcept {
+  std::uintptr_t floor = stackFloor;
+  if (floor == 0) floor = FindStackFloor();
+  return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < floor;
+}
 
 // Runs body(context) on a new stack segment and rethrows what it threw; throws std::bad_alloc when
 // no segment can be had.
