@@ -22,6 +22,11 @@ void* ykstd_Array1Support::Allocate(std::int64_t count, std::size_t size, bool z
   // A length must fit the 32-bit Length(); anything larger could never be addressed by index.
   if (count < 1 || count > INT32_MAX) RaiseNoMemory();
   const auto n = static_cast<std::size_t>(count);
+#ifdef YKSTD_COUNTED_HEAP_LIMIT
+  // Fuzz builds bound arrays as they bound counted objects: bounds from a damaged stream then fail
+  // at once instead of costing the sanitizer's bookkeeping for gigabytes.
+  if (n > std::size_t{YKSTD_COUNTED_HEAP_LIMIT} / size) RaiseNoMemory();
+#endif
   void* block = zeroed ? std::calloc(n, size) : std::malloc(n * size);
   if (!block) RaiseNoMemory();
   return block;
